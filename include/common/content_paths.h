@@ -1,0 +1,46 @@
+// The engine's content tree: folders as full paths from the working directory, files as bare names. The separator is
+// "/" everywhere and no folder ends in one; join the two with a "/" of your own. Nothing makes a folder that is missing.
+#pragma once
+
+#include <string>
+
+namespace Common {
+
+inline const std::string ContentRoot = "content";
+inline const std::string BinFolder = "bin";
+
+inline const std::string ConfigFolder = ContentRoot + "/config";
+inline const std::string ShadersFolder = ContentRoot + "/shaders";
+inline const std::string CompiledShadersFolder = ShadersFolder + "/compiled";
+inline const std::string FontsFolder = ContentRoot + "/fonts";
+inline const std::string TexturesFolder = ContentRoot + "/textures";
+inline const std::string UiIconsFolder = ContentRoot + "/ui_icons";
+inline const std::string PalettesFolder = ContentRoot + "/palettes";
+inline const std::string MeshFolder = ContentRoot + "/mesh";
+inline const std::string MeshCacheFolder = MeshFolder + "/cache";
+inline const std::string ModelsFolder = ContentRoot + "/models";
+inline const std::string SpritesFolder = ContentRoot + "/sprites";
+inline const std::string GameFolder = ContentRoot + "/game";
+inline const std::string TerrainFolder = GameFolder + "/terrain";
+inline const std::string TownFolder = GameFolder + "/town";
+inline const std::string CargoFolder = GameFolder + "/cargo";
+inline const std::string IndustryFolder = GameFolder + "/industry";
+inline const std::string UtResultFolder = ContentRoot + "/ut_result";
+inline const std::string UtPatternFolder = ContentRoot + "/ut_pattern";
+inline const std::string AutosaveFolder = ModelsFolder + "/autosave";
+
+inline const std::string ConfigFileName = "config.txt";
+inline const std::string UserConfigFileName = "user.txt";
+inline const std::string ShaderCompilerFileName = "glslc.exe";
+inline const std::string PlainFragmentSpvFileName = "plain_fragment_main.spv";
+inline const std::string TexturedFragmentSpvFileName = "textured_fragment_main.spv";
+inline const std::string VertexSpvFileName = "vertex_main.spv";
+inline const std::string PlainFragmentHlslFileName = "plain_fragment_main.hlsl";
+inline const std::string TexturedFragmentHlslFileName = "textured_fragment_main.hlsl";
+inline const std::string VertexHlslFileName = "vertex_main.hlsl";
+inline const std::string PalettedFragmentSpvFileName = "fragment_paletted_main.spv";
+inline const std::string PalettedVertexSpvFileName = "vertex_paletted_main.spv";
+inline const std::string PalettedFragmentHlslFileName = "fragment_paletted_main.hlsl";
+inline const std::string PalettedVertexHlslFileName = "vertex_paletted_main.hlsl";
+
+}  // namespace Common

@@ -1,0 +1,16 @@
+// Waves of the engine clock. A signal has no memory of its own: its value follows from the clock's present time,
+// so all signals of one kind and period are in step, whenever they were made.
+#pragma once
+
+#include <vorn_lnk/intrudable>
+
+namespace Common {
+
+// Made by STimeProvider::MakePeriodic, deleted with its last reference.
+struct VORN_LNK_SHARED_TYPE IPeriodic : Vorn::Intrudable {
+  // The wave at this moment: -1.0 to 1.0 for a sine, 0.0 to 1.0 for all others. Asks the storage for the clock at
+  // each call and throws Vorn::MissingInstance if there is none. Any thread.
+  virtual float GetValue() = 0;
+};
+
+}  // namespace Common

@@ -1,0 +1,124 @@
+#include <common/config_file.h>
+
+#include <common/application_error_exception.h>
+#include <common/content_paths.h>
+#include <vorn_lnk/file>
+
+#include <boost/lexical_cast.hpp>
+#include <fstream>
+#include <utility>
+
+#include "config_format.h"
+
+namespace Common {
+namespace {
+
+using Config::ConfigEntries;
+
+std::int32_t instanceCount = 0;
+
+}  // namespace
+
+class ConfigFileImpl final : public Config::SConfigFile {
+ public:
+  ConfigFileImpl();
+  ~ConfigFileImpl() override;
+
+  ConfigEntries ParseContent(const std::string& content, const std::string& name) override {
+    return ParseEntries(content, name);
+  }
+  ConfigEntries ReadFile(Vorn::SharedPath path) override;
+  ConfigEntries ReadFile(const std::string& path) override;
+  bool Load(const std::string& path) override;
+  void Save() override { WriteFile(entries, filePath); }
+  void WriteFile(const ConfigEntries& written, const Vorn::SharedPath& path) override {
+    WriteFile(written, path.String());
+  }
+  void WriteFile(const ConfigEntries& written, const std::string& path) override;
+  std::string FormatEntries(const ConfigEntries& formatted) override { return FormatEntryLines(formatted); }
+  std::string GetString(const std::string& key, const std::string& defaultValue) override;
+  std::optional<std::string> FindString(const std::string& key) override;
+  void SetString(const std::string& key, const std::string& value) override;
+  void SetInt(const std::string& key, std::int32_t value) override;
+  std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) override;
+
+ private:
+  ConfigEntries entries;
+  std::string filePath;
+};
+
+ConfigFileImpl::ConfigFileImpl() {
+  const std::string mainPath = ConfigFolder + "/" + ConfigFileName;
+  Load(mainPath);
+  const std::string overridePath = ConfigFolder + "/" + UserConfigFileName;
+  if (std::filesystem::exists(Vorn::PathFromUtf8(overridePath))) Load(overridePath);
+  filePath = mainPath;
+}
+
+ConfigFileImpl::~ConfigFileImpl() {
+  try {
+    Save();
+  } catch (...) {  // not even the missing log may leave a destructor
+  }
+}
+
+ConfigEntries ConfigFileImpl::ReadFile(Vorn::SharedPath path) {
+  if (!path.Exists()) return {};
+  return ParseContent(Vorn::ReadWholeFileToString(path), path.String());
+}
+
+ConfigEntries ConfigFileImpl::ReadFile(const std::string& path) {
+  return ReadFile(Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(path)));
+}
+
+bool ConfigFileImpl::Load(const std::string& path) {
+  filePath = path;
+  ConfigEntries loaded = ReadFile(path);
+  loaded.merge(entries);  // adds what the file does not hold
+  entries = std::move(loaded);
+  return true;
+}
+
+void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& path) {
+  const std::string text = FormatEntries(written);  // before the file is cut: this may run out of memory
+  std::ofstream file(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc);
+  if (!file.good()) {
+    ReportError("File '" + path + "' write error.");
+    return;
+  }
+  file << text;
+}
+
+std::string ConfigFileImpl::GetString(const std::string& key, const std::string& defaultValue) {
+  return entries.try_emplace(key, defaultValue).first->second;
+}
+
+std::optional<std::string> ConfigFileImpl::FindString(const std::string& key) {
+  const auto entry = entries.find(key);
+  if (entry == entries.end()) return std::nullopt;
+  return entry->second;
+}
+
+void ConfigFileImpl::SetString(const std::string& key, const std::string& value) {
+  entries.insert_or_assign(key, value);
+}
+
+void ConfigFileImpl::SetInt(const std::string& key, std::int32_t value) {
+  SetString(key, boost::lexical_cast<std::string>(value));
+}
+
+std::int32_t ConfigFileImpl::GetInt(const std::string& key, std::int32_t defaultValue) {
+  const std::string text = GetString(key, boost::lexical_cast<std::string>(defaultValue));
+  try {
+    return boost::lexical_cast<std::int32_t>(text);
+  } catch (const boost::bad_lexical_cast&) {
+    return defaultValue;
+  }
+}
+
+Config::SConfigFile* ManufactureConfigFile() {
+  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of SCOnfigFile");
+  return new ConfigFileImpl;
+}
+
+}  // namespace Common

@@ -1,0 +1,113 @@
+#include <common/frame_utility.h>
+
+#include <common/application_error_exception.h>
+#include <common/time_provider.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "frame_utility_impl.h"
+
+namespace Common {
+namespace {
+
+using TotemAccess = Vorn::Singleton<SMessageTotem, std::shared_ptr>;
+
+const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+
+// What a cancelled call is overwritten with.
+const DelayedCall EmptyCall{0, 0, 0, [](std::uint64_t) {}};
+
+std::uint64_t instanceCount = 0;
+
+std::uintptr_t AddressOf(const FrameReactorImpl* reactor) { return reinterpret_cast<std::uintptr_t>(reactor); }
+
+std::shared_ptr<TotemAccess> RegisterTotem() {
+  auto record = std::make_unique<SMessageTotem>();
+  auto owner = TotemAccess::Create(record.get());
+  record.release();  // the owner's from here on
+  return owner;
+}
+
+void ApplyFrameEdge(SMessageTotem& record) {
+  record.frameNumber.Write(record.frameNumber.Read() + 1);
+  record.fourByteValuePrevious.Write(record.fourByteValue.Read());  // before that one moves on
+  record.frameNumber.Commit();
+  record.fourByteValuePrevious.Commit();
+  record.fourByteValue.Commit();
+  record.byteOne.Commit();
+  record.byteTwo.Commit();
+  record.twelveByteValue.Commit();
+  record.byteThree.Commit();
+  record.eightByteValue.Commit();
+}
+
+}  // namespace
+
+FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()) {}
+
+FrameUtilityImpl::~FrameUtilityImpl() {
+  while (!delayedCalls.empty()) {
+    const DelayedCall dropped = std::move(delayedCalls.front());
+    delayedCalls.pop_front();
+  }
+}
+
+Vorn::IntrudablePtr<IFrameReactor> FrameUtilityImpl::CreateReactor(std::uint64_t interval) {
+  auto* const reactor = new FrameReactorImpl(this, interval);
+  Vorn::IntrudablePtr<IFrameReactor> reference(reactor);
+  reactors.emplace(AddressOf(reactor), reactor);
+  return reference;
+}
+
+void FrameUtilityImpl::RemoveReactor(const FrameReactorImpl* reactor) { reactors.erase(AddressOf(reactor)); }
+
+std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument,
+                                             std::uint64_t delay) {
+  const std::uint64_t stamp = timeProvider.Get()->Now();
+  delayedCalls.push_back({stamp, delay, argument, std::move(callback)});
+  return stamp;
+}
+
+void FrameUtilityImpl::CancelCall(std::uint64_t id) {
+  const auto count = static_cast<std::ptrdiff_t>(delayedCalls.size());
+  for (std::ptrdiff_t searched = 0; searched < count;) {
+    // Found anew after each match: the destructor of a callable may have scheduled calls.
+    const auto begin = delayedCalls.begin();
+    const auto match = std::find_if(begin + searched, begin + count,
+                                    [id](const DelayedCall& call) { return call.stamp == id; });
+    if (match == begin + count) return;
+    searched = match - begin + 1;
+    const DelayedCall cancelled = std::exchange(*match, EmptyCall);
+  }
+}
+
+void FrameUtilityImpl::Tick() {
+  ApplyFrameEdge(*TotemAccess::Get());
+  RunReactors();
+  RunDelayedCalls();
+}
+
+void FrameUtilityImpl::RunReactors() {
+  const std::uint64_t frameNumber = TotemAccess::Get()->frameNumber.Read();
+  for (auto entry = reactors.begin(); entry != reactors.end(); ++entry) entry->second->React(frameNumber);
+}
+
+// Serves at most the calls that wait at the start, so a call that schedules another cannot keep a tick from ending.
+void FrameUtilityImpl::RunDelayedCalls() {
+  const std::uint64_t now = timeProvider.Get()->Now();
+  for (std::size_t left = delayedCalls.size(); left > 0; --left) {
+    DelayedCall& front = delayedCalls.front();
+    if (now - front.stamp < front.delay) return;
+    front.callback(front.argument);
+    const DelayedCall served = std::move(front);
+    delayedCalls.pop_front();
+  }
+}
+
+SFrameUtility* ManufactureFrameUtility() {
+  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instaces of frame utility!");
+  return new FrameUtilityImpl;
+}
+
+}  // namespace Common

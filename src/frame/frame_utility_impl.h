@@ -1,0 +1,68 @@
+#pragma once
+
+#include <common/frame_utility.h>
+#include <common/message_totem.h>
+#include <vorn_lnk/singleton>
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+
+namespace Common {
+
+class FrameUtilityImpl;
+
+class FrameReactorImpl : public IFrameReactor {
+ public:
+  ~FrameReactorImpl() override;
+
+  void SetCallback(FrameCallback newCallback) override;
+
+  // Runs the callback if its interval has passed. An interval of 0 needs no clock.
+  void React(std::uint64_t frameNumber);
+
+ private:
+  friend class FrameUtilityImpl;
+
+  FrameReactorImpl(FrameUtilityImpl* utility, std::uint64_t minimumInterval);
+
+  void Clear() override;
+
+  FrameCallback callback;
+  FrameUtilityImpl* const owner;
+  const std::uint64_t interval;
+  std::uint64_t lastFired = 0;
+};
+
+struct DelayedCall {
+  std::uint64_t stamp;  // when it was scheduled, which is also its id
+  std::uint64_t delay;
+  std::uint64_t argument;
+  FrameCallback callback;
+};
+
+// Callables are destroyed only after they have been taken out of the reactor or the queue that held them, so their
+// destructors may call back into the service.
+class FrameUtilityImpl : public SFrameUtility {
+ public:
+  FrameUtilityImpl();
+  ~FrameUtilityImpl() override;
+
+  Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) override;
+  std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) override;
+  void CancelCall(std::uint64_t id) override;
+  void Tick() override;
+
+  void RemoveReactor(const FrameReactorImpl* reactor);
+
+ private:
+  void RunReactors();
+  void RunDelayedCalls();
+
+  std::map<std::uintptr_t, FrameReactorImpl*> reactors;  // not owning
+  std::shared_ptr<Vorn::Singleton<SMessageTotem, std::shared_ptr>> totem;
+  std::deque<DelayedCall> delayedCalls;
+};
+
+}  // namespace Common

@@ -1,0 +1,78 @@
+#include <common/performance_profiler.h>
+
+#include <common/application_error_exception.h>
+#include <common/content_paths.h>
+#include <vorn_lnk/shared_path>
+
+#include <fstream>
+#include <map>
+#include <string_view>
+
+namespace Common {
+namespace {
+
+constexpr std::string_view ReportFileName = "/profiler_data.csv";
+constexpr std::string_view AccumulatorTitle = "Profile for accumulator: ";
+constexpr std::string_view ColumnHeads = "Name\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]";
+
+constexpr float MicrosecondsPerSecond = 1'000'000.0F;
+
+using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
+
+void PrintRecord(std::ostream& report, const std::string& accumulator, const MeasureRecord& record) {
+  report << accumulator << '/' << record.name << '\t' << record.totalTime << '\t'
+         << static_cast<float>(record.totalTime) / MicrosecondsPerSecond << '\t' << record.calls << '\t'
+         << record.measureCost << '\n';
+}
+
+void PrintReport(std::ostream& report, const Accumulators& accumulators) {
+  report << '\n';
+  for (const auto& [name, records] : accumulators) {
+    report << AccumulatorTitle << '\t' << name << "\n\n" << ColumnHeads << '\n';
+    for (const MeasureRecord& record : records) PrintRecord(report, name, record);
+    report << '\n';
+  }
+}
+
+}  // namespace
+
+class PerformanceProfilerImpl final : public SPerformanceProfiler {
+ public:
+  ~PerformanceProfilerImpl() override {
+    try {
+      WriteReport({});
+    } catch (...) {  // without the folder there is no report, and nobody left to tell
+    }
+  }
+
+  AccumulatorHandle OpenAccumulator(const std::string& name) override {
+    auto entry = accumulators.find(name);
+    if (entry == accumulators.end()) {
+      entry = accumulators.emplace(name, std::vector{MeasureRecord{.name = name}}).first;
+    }
+    const AccumulatorHandle handle{0, &entry->second};
+    Detail::StartMeasurement(handle.records->front(), Detail::ReadMonotonicMicroseconds());
+    return handle;
+  }
+
+  void WriteReport(const std::string& path) override {
+    const std::string chosen = path.empty() ? UtResultFolder + std::string(ReportFileName) : path;
+    std::ofstream report(Vorn::PathFromUtf8(chosen), std::ios::out | std::ios::ate);
+    if (!report.good()) {
+      throw ApplicationErrorException("Failed to open file " + chosen + " for writing!");
+    }
+    PrintReport(report, accumulators);
+  }
+
+  void WriteReportAndClear(const std::string& path) override {
+    WriteReport(path);
+    accumulators.clear();
+  }
+
+ private:
+  Accumulators accumulators;
+};
+
+SPerformanceProfiler* ManufacturePerformanceProfiler() { return new PerformanceProfilerImpl; }
+
+}  // namespace Common

@@ -1,0 +1,70 @@
+#include <common/runtime_unique_id.h>
+
+#include <common/application_error_exception.h>
+
+#include <boost/lexical_cast.hpp>
+#include <vector>
+
+namespace Common::Unique {
+namespace {
+
+constexpr std::size_t CountersAtStart = 10'000;
+constexpr std::string_view DefaultObjectName = "/object";
+
+const std::string IdPrefix = "/$";
+const std::string IdSuffix = "#";
+
+std::int32_t instanceCount = 0;
+
+struct ScopedOverride : IScopedIdOverride {
+  ScopedOverride(std::vector<std::int64_t>* stack, std::int64_t value) : counters(stack) {
+    counters->push_back(value);
+  }
+
+  ~ScopedOverride() override { counters->pop_back(); }
+
+  std::vector<std::int64_t>* const counters;
+};
+
+std::string_view WithoutLeadingPrefixes(std::string_view name) {
+  while (name.starts_with(IdPrefix)) {
+    const std::size_t suffix = name.find(IdSuffix);
+    if (suffix == std::string_view::npos) break;
+    name.remove_prefix(suffix + IdSuffix.size());
+  }
+  return name;
+}
+
+}  // namespace
+
+class RuntimeUniqueIdImpl : public SRuntimeUniqueId {
+ public:
+  std::int64_t NextId() override { return ++counters.back(); }
+
+  std::string NextIdString() override { return IdPrefix + IdToString(NextId()) + IdSuffix; }
+
+  std::string IdToString(std::int64_t id) override { return boost::lexical_cast<std::string>(id); }
+
+  std::string JoinIdAndText(std::string_view text, std::int64_t id) override {
+    return IdToString(id).append(text);
+  }
+
+  std::string MakeUniqueName(std::string_view name) override {
+    const std::string_view bareName = WithoutLeadingPrefixes(name);
+    return NextIdString().append(bareName.empty() ? DefaultObjectName : bareName);
+  }
+
+  Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) override {
+    return Vorn::IntrudablePtr<IScopedIdOverride>(new ScopedOverride(&counters, value));
+  }
+
+ private:
+  std::vector<std::int64_t> counters = std::vector<std::int64_t>(CountersAtStart);  // the last one is live
+};
+
+SRuntimeUniqueId* Manufacture() {
+  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of SRuntimeUniqueId!");
+  return new RuntimeUniqueIdImpl;
+}
+
+}  // namespace Common::Unique

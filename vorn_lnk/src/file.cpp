@@ -1,0 +1,34 @@
+#include <vorn_lnk/file>
+
+#include <cerrno>
+#include <fstream>
+#include <system_error>
+
+namespace Vorn {
+namespace {
+
+constexpr std::size_t ChunkSize = 64 * 1024;
+
+[[noreturn]] void ThrowReadError(const SharedPath& path) {
+  const std::error_code reason =
+      errno != 0 ? std::error_code(errno, std::generic_category()) : std::make_error_code(std::errc::io_error);
+  throw std::filesystem::filesystem_error("cannot read whole file", path, reason);
+}
+
+}  // namespace
+
+std::string ReadWholeFileToString(const SharedPath& path) {
+  errno = 0;
+  std::ifstream file(path.Path(), std::ios::in | std::ios::binary);
+  if (!file) ThrowReadError(path);
+  std::string content;
+  std::string chunk(ChunkSize, '\0');
+  do {
+    file.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+    content.append(chunk, 0, static_cast<std::size_t>(file.gcount()));
+  } while (file);
+  if (file.bad()) ThrowReadError(path);
+  return content;
+}
+
+}  // namespace Vorn
