@@ -1,24 +1,37 @@
-# What the project's commands share. Source it from the root of the checkout.
+# What the project's commands share. To be sourced from the root of the checkout.
 
-# Installs the Debian packages that are missing. On other systems it names the missing tools and stops.
+# Installs the Debian packages that are missing. On other systems it names what to install and stops, unless the build
+# tools are there.
 install_packages() {
-  local missing=() package
-  if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
-    local tool
-    for tool in c++ cmake ninja; do
-      command -v "$tool" >/dev/null || missing+=("$tool")
-    done
-    [ ${#missing[@]} -eq 0 ] && return
-    echo "Install these first, by the names that your system gives them: $*" >&2
+  if ! command -v apt-get >/dev/null; then
+    if command -v c++ >/dev/null && command -v cmake >/dev/null && command -v ninja >/dev/null; then return; fi
+    echo "This system has no apt-get. Install what these Debian packages hold, then try again: $*" >&2
     exit 1
   fi
+  local missing=() package as_root=()
   for package in "$@"; do
-    dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
   done
-  [ ${#missing[@]} -eq 0 ] && return
-  local as_root=()
+  [ ${#missing[@]} -gt 0 ] || return 0
   [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-  echo "Installing: ${missing[*]}"
+  echo "Installing ${missing[*]}"
   "${as_root[@]}" apt-get update -q
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
+}
+
+build_packages=(g++ cmake ninja-build libboost-dev)
+windows_packages=(g++-mingw-w64-x86-64-posix wine64)
+
+# Wine keeps its state inside the build folder and its advice to itself.
+use_wine() {
+  export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
+  wine=/usr/lib/wine/wine64
+  mkdir -p build
+  [ -d "$WINEPREFIX" ] || "$wine" wineboot --init >/dev/null 2>&1
+}
+
+# build_preset NAME [CMAKE OPTION ...]
+build_preset() {
+  cmake --preset "$@"
+  cmake --build "build/$1"
 }

@@ -1,5 +1,6 @@
 // The engine's content tree: folders as full paths from the working directory, files as bare names. The separator is
-// "/" everywhere and no folder ends in one; join the two with a "/" of your own. Nothing makes a folder that is missing.
+// "/" everywhere and no folder ends in one; join the two with a "/" of your own. Nothing makes a folder that is
+// missing.
 #pragma once
 
 #include <string>

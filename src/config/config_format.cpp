@@ -30,9 +30,8 @@ auto CaptureInto(std::string& capture) {
 
 const Rule KeyRule = *(Spirit::alnum_p | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\'));
 
-const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Spirit::space_p >> Spirit::ch_p('=') >>
-                      *Spirit::space_p >> (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >>
-                      *Spirit::space_p;
+const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Spirit::space_p >> Spirit::ch_p('=') >> *Spirit::space_p >>
+                      (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >> *Spirit::space_p;
 
 std::string_view WithoutTrailingReturns(std::string_view line) {
   return line.substr(0, line.find_last_not_of('\r') + 1);

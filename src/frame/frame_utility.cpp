@@ -62,8 +62,7 @@ Vorn::IntrudablePtr<IFrameReactor> FrameUtilityImpl::CreateReactor(std::uint64_t
 
 void FrameUtilityImpl::RemoveReactor(const FrameReactorImpl* reactor) { reactors.erase(AddressOf(reactor)); }
 
-std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument,
-                                             std::uint64_t delay) {
+std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) {
   const std::uint64_t stamp = timeProvider.Get()->Now();
   delayedCalls.push_back({stamp, delay, argument, std::move(callback)});
   return stamp;
@@ -74,8 +73,8 @@ void FrameUtilityImpl::CancelCall(std::uint64_t id) {
   for (std::ptrdiff_t searched = 0; searched < count;) {
     // Found anew after each match: the destructor of a callable may have scheduled calls.
     const auto begin = delayedCalls.begin();
-    const auto match = std::find_if(begin + searched, begin + count,
-                                    [id](const DelayedCall& call) { return call.stamp == id; });
+    const auto match =
+        std::find_if(begin + searched, begin + count, [id](const DelayedCall& call) { return call.stamp == id; });
     if (match == begin + count) return;
     searched = match - begin + 1;
     const DelayedCall cancelled = std::exchange(*match, EmptyCall);

@@ -10,18 +10,24 @@
 namespace Common {
 namespace {
 
-constexpr std::string_view TimeStampFormat = "%F, %T:";
+#ifdef _WIN32
+// The same stamp, spelt out: not every C runtime of this platform knows the short forms.
+constexpr std::string_view TimeStampFormat = "%Y-%m-%d, %H:%M:%S:";
 
-// Takes the C library's conversion that is safe on several threads.
 std::tm ToLocalTime(std::time_t seconds) {
   std::tm local{};
-#ifdef _WIN32
   localtime_s(&local, &seconds);
-#else
-  localtime_r(&seconds, &local);
-#endif
   return local;
 }
+#else
+constexpr std::string_view TimeStampFormat = "%F, %T:";
+
+std::tm ToLocalTime(std::time_t seconds) {
+  std::tm local{};
+  localtime_r(&seconds, &local);
+  return local;
+}
+#endif
 
 }  // namespace
 

@@ -92,8 +92,7 @@ void TimeProviderImpl::RunTimingCheck() {
   }
 }
 
-Vorn::IntrudablePtr<IPeriodic> TimeProviderImpl::MakePeriodic(PeriodicKind kind, std::uint64_t period,
-                                                              float duty) {
+Vorn::IntrudablePtr<IPeriodic> TimeProviderImpl::MakePeriodic(PeriodicKind kind, std::uint64_t period, float duty) {
   return MakePeriodicSignal(kind, period, duty);
 }
 

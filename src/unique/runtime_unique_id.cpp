@@ -17,9 +17,7 @@ const std::string IdSuffix = "#";
 std::int32_t instanceCount = 0;
 
 struct ScopedOverride : IScopedIdOverride {
-  ScopedOverride(std::vector<std::int64_t>* stack, std::int64_t value) : counters(stack) {
-    counters->push_back(value);
-  }
+  ScopedOverride(std::vector<std::int64_t>* stack, std::int64_t value) : counters(stack) { counters->push_back(value); }
 
   ~ScopedOverride() override { counters->pop_back(); }
 
@@ -45,9 +43,7 @@ class RuntimeUniqueIdImpl : public SRuntimeUniqueId {
 
   std::string IdToString(std::int64_t id) override { return boost::lexical_cast<std::string>(id); }
 
-  std::string JoinIdAndText(std::string_view text, std::int64_t id) override {
-    return IdToString(id).append(text);
-  }
+  std::string JoinIdAndText(std::string_view text, std::int64_t id) override { return IdToString(id).append(text); }
 
   std::string MakeUniqueName(std::string_view name) override {
     const std::string_view bareName = WithoutLeadingPrefixes(name);

@@ -1,0 +1,24 @@
+# Cross-compiles for 64-bit Windows with the distribution's mingw-w64 (posix threads) and runs tests under Wine.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+set(mingw x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${mingw}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${mingw}-g++-posix)
+set(CMAKE_RC_COMPILER ${mingw}-windres)
+
+set(CMAKE_FIND_ROOT_PATH /usr/${mingw})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# Boost's headers serve both systems, but the folder that they stand in must not: it holds the host's own.
+set(Boost_INCLUDE_DIR ${CMAKE_BINARY_DIR}/boost_headers)
+file(MAKE_DIRECTORY ${Boost_INCLUDE_DIR})
+if(NOT EXISTS ${Boost_INCLUDE_DIR}/boost)
+  file(CREATE_LINK /usr/include/boost ${Boost_INCLUDE_DIR}/boost SYMBOLIC)
+endif()
+
+find_program(WINE NAMES wine64 wine PATHS /usr/lib/wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE})
