@@ -15,7 +15,8 @@ TEST(SeedProvider, FollowsTheRecurrenceWithoutAClock) {
   clock.reset();
   for (int round = 0; round < 2; ++round) {
     seeds->SetSeed(1);
-    for (const std::uint64_t expected : {12611081982597786077U, 15223784524874362603U, 5600678109580786373U, 9179551698695605161U}) {
+    for (const std::uint64_t expected :
+         {12611081982597786077U, 15223784524874362603U, 5600678109580786373U, 9179551698695605161U}) {
       EXPECT_EQ(seeds->NextSeed(), expected);
     }
   }

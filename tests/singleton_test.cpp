@@ -1,0 +1,89 @@
+#include <common/config_file.h>
+#include <common/frame_utility.h>
+#include <common/message_totem.h>
+#include <common/performance_profiler.h>
+#include <common/runtime_unique_id.h>
+#include <common/seed_provider.h>
+
+#include <functional>
+#include <type_traits>
+
+#include "support.h"
+
+namespace {
+struct StorageKey;
+}
+
+// The storage opens itself to every Singleton, so one that is written here can look into it.
+template <>
+class Vorn::Singleton<StorageKey, std::shared_ptr> {
+ public:
+  static const std::map<std::size_t, void*>& Entries() { return Detail::Storage::GetStorageImpl(); }
+};
+
+namespace Common::Test {
+namespace {
+
+static_assert(!std::is_base_of_v<std::exception, Vorn::MissingInstance>);
+static_assert(std::is_base_of_v<std::exception, ApplicationErrorException>);
+
+struct Probe {
+  explicit Probe(std::string* result) : failureAtEnd(result) {}
+  ~Probe() { *failureAtEnd = FailureOf(Access<Probe>::Get); }
+
+  std::string* const failureAtEnd;
+};
+
+TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
+  const auto& entries = Access<StorageKey>::Entries();
+  EXPECT_TRUE(entries.empty());
+  EXPECT_EQ(FailureOf(Access<Probe>::Get), NoInstance);
+  std::string failureAtEnd;
+  auto* const first = new Probe(&failureAtEnd);
+  auto owner = Access<Probe>::Create(first);
+  EXPECT_EQ(owner.use_count(), 1);
+  EXPECT_EQ(entries, (std::map<std::size_t, void*>{{typeid(Access<Probe>).hash_code(), first}}));
+
+  std::string failureOfSecond;
+  {
+    const Access<Probe> accessor;
+    Probe second(&failureOfSecond);
+    EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(&second); }), DoubleInstancing);
+  }
+  EXPECT_EQ(failureOfSecond, "none") << "the first service is still there";
+  EXPECT_EQ(Access<Probe>::Get(), first);
+
+  owner.reset();
+  EXPECT_EQ(failureAtEnd, NoInstance);
+  owner = Access<Probe>::Create(new Probe(&failureAtEnd));
+  EXPECT_NE(Access<Probe>::Get(), nullptr);
+}
+
+TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
+  using Service = std::shared_ptr<void>;
+  struct Case {
+    std::function<Service()> manufacture;
+    std::string failure;
+  };
+  const auto of = [](auto factory) {
+    return [factory] {
+      return Service(std::shared_ptr(std::unique_ptr<std::remove_pointer_t<decltype(factory())>>(factory())));
+    };
+  };
+  const StoredClock clock;
+  for (const Case& tested : {Case{of(ManufactureConfigFile), "Multiple instances of SCOnfigFile"},
+                             Case{of(ManufactureFrameUtility), "Multiple instaces of frame utility!"},
+                             Case{of(Log::ManufactureMessageLog), "Multiple instances of SMessageLog!"},
+                             Case{of(Unique::Manufacture), "Multiple instances of SRuntimeUniqueId!"},
+                             Case{of(ManufactureSeedProvider), "Multiple instances of SSeedProvider"},
+                             Case{of(ManufactureTimeProvider), "Multiple instances of STimeProvider!"}}) {
+    Service service = tested.manufacture();
+    EXPECT_EQ(FailureOf(tested.manufacture), tested.failure);
+    EXPECT_EQ(Access<StorageKey>::Entries().size(), FailureOf(Access<SMessageTotem>::Get) == "none" ? 2U : 1U);
+    service.reset();
+    EXPECT_EQ(FailureOf(tested.manufacture), tested.failure) << "also when the first has ended";
+  }
+}
+
+}  // namespace
+}  // namespace Common::Test
