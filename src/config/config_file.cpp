@@ -15,6 +15,8 @@ namespace {
 
 using Config::ConfigEntries;
 
+constexpr std::streamsize StreamBufferSize = 4096;
+
 std::int32_t instanceCount = 0;
 
 }  // namespace
@@ -80,8 +82,12 @@ bool ConfigFileImpl::Load(const std::string& path) {
 }
 
 void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& path) {
-  const std::string text = FormatEntries(written);  // before the file is cut: this may run out of memory
-  std::ofstream file(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc);
+  // Nothing may run out of memory once opening has cut the file, so text and buffer are there before.
+  const std::string text = FormatEntries(written);
+  char buffer[StreamBufferSize];
+  std::ofstream file;
+  file.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
+  file.open(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc);
   if (!file.good()) {
     ReportError("File '" + path + "' write error.");
     return;

@@ -23,15 +23,40 @@ constexpr std::string_view KeyValueSeparator = " = ";
 std::string CapturedKey;
 std::string CapturedValue;
 
-// Assigns the matched range to a capture.
-auto CaptureInto(std::string& capture) {
-  return phoenix::var(capture) = phoenix::construct_<std::string>(phoenix::arg1, phoenix::arg2);
+// Assigns the matched range to a capture, which keeps its memory from line to line.
+struct AssignRange {
+  template <class Capture, class First, class Last>
+  struct result {
+    using type = void;
+  };
+
+  void operator()(std::string& capture, const char* first, const char* last) const { capture.assign(first, last); }
+};
+
+const phoenix::function<AssignRange> assignRange;
+
+auto CaptureInto(std::string& capture) { return assignRange(phoenix::var(capture), phoenix::arg1, phoenix::arg2); }
+
+// Letters and digits of every locale are told without a call into it, which most bytes of a file would make.
+bool IsPortableAlnum(char byte) {
+  return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z');
 }
 
-const Rule KeyRule = *(Spirit::alnum_p | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\'));
+struct PortableAlnumParser : Spirit::char_parser<PortableAlnumParser> {
+  bool test(char byte) const { return IsPortableAlnum(byte); }
+};
 
-const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Spirit::space_p >> Spirit::ch_p('=') >> *Spirit::space_p >>
-                      (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >> *Spirit::space_p;
+struct SpaceParser : Spirit::char_parser<SpaceParser> {
+  bool test(char byte) const { return byte == ' ' || (!IsPortableAlnum(byte) && Spirit::space_p.test(byte)); }
+};
+
+const PortableAlnumParser PortableAlnum;
+const SpaceParser Space;
+
+const Rule KeyRule = *(PortableAlnum | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\') | Spirit::alnum_p);
+
+const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Space >> Spirit::ch_p('=') >> *Space >>
+                      (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >> *Space;
 
 std::string_view WithoutTrailingReturns(std::string_view line) {
   return line.substr(0, line.find_last_not_of('\r') + 1);
@@ -66,7 +91,7 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name) 
     rest.remove_prefix(lineEnd == std::string_view::npos ? rest.size() : lineEnd + 1);
     if (line.empty()) continue;
     if (MatchLine(line)) {
-      entries.insert_or_assign(CapturedKey, CapturedValue);
+      entries.insert_or_assign(entries.end(), CapturedKey, CapturedValue);  // where a sorted file goes on
     } else {
       ReportBadLine(name, lineNumber, line);
     }

@@ -13,7 +13,7 @@ namespace Common {
 
 class FrameUtilityImpl;
 
-class FrameReactorImpl : public IFrameReactor {
+class FrameReactorImpl final : public IFrameReactor {
  public:
   ~FrameReactorImpl() override;
 
@@ -44,7 +44,7 @@ struct DelayedCall {
 
 // Callables are destroyed only after they have been taken out of the reactor or the queue that held them, so their
 // destructors may call back into the service.
-class FrameUtilityImpl : public SFrameUtility {
+class FrameUtilityImpl final : public SFrameUtility {
  public:
   FrameUtilityImpl();
   ~FrameUtilityImpl() override;

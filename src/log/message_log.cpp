@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "time_stamp.h"
@@ -49,13 +50,15 @@ class MessageLogImpl final : public Log::SMessageLog {
   void AddLine(const std::string& prefix, const std::string& text);
   void PublishLastLine() noexcept;
   void CopyToConsole(const std::string& line) noexcept;
-  void WritePendingLines() noexcept;
+  void WritePendingLines();
+  void ReportFailedOpen() noexcept;
 
   std::vector<std::string> sideLines;
   bool liveOutput = false;
   std::mutex lineMutex;
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
+  TimeStamp timeStamp;
 };
 
 // A log that cannot be moved away stays untouched: this run then has no file, until the host names one.
@@ -70,7 +73,12 @@ MessageLogImpl::MessageLogImpl() {
   AddHeader();
 }
 
-MessageLogImpl::~MessageLogImpl() { WritePendingLines(); }
+MessageLogImpl::~MessageLogImpl() {
+  try {
+    WritePendingLines();
+  } catch (const std::bad_alloc&) {  // the failure of a log has nowhere to go
+  }
+}
 
 void MessageLogImpl::MovePreviousLogAway() {
   if (!std::filesystem::exists(std::filesystem::path(logFile))) return;
@@ -87,7 +95,7 @@ void MessageLogImpl::MovePreviousLogAway() {
 
 void MessageLogImpl::AddHeader() {
   LogMessage(SeparatorLine);
-  LogMessage(HeaderLabel + MakeTimeStamp());
+  LogMessage(HeaderLabel + timeStamp.Make());
   LogMessage(SeparatorLine);
 }
 
@@ -99,7 +107,7 @@ void MessageLogImpl::SetLogFile(const std::string& fileName) {
 
 void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text) {
   const std::lock_guard lock(lineMutex);
-  const std::string stamp = MakeTimeStamp();
+  const std::string& stamp = timeStamp.Make();
   std::string line;
   line.reserve(prefix.size() + stamp.size() + 1 + text.size() + 1);
   line.append(prefix).append(stamp).append(1, ' ').append(text).append(1, '\n');
@@ -111,7 +119,11 @@ void MessageLogImpl::PublishLastLine() noexcept {
   if (!liveOutput) return;
   CopyToConsole(pendingLines.back());
   if (pendingLines.size() < BatchLineCount) return;
-  WritePendingLines();
+  try {
+    WritePendingLines();
+  } catch (const std::bad_alloc&) {  // before anything was written, so the next line tries again
+    return;
+  }
   pendingLines.clear();
 }
 
@@ -123,15 +135,19 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   }
 }
 
-void MessageLogImpl::WritePendingLines() noexcept {
+void MessageLogImpl::WritePendingLines() {
+  std::ofstream file(logFile.Path(), std::ios::out | std::ios::app);
+  if (!file.good()) {
+    ReportFailedOpen();
+    return;
+  }
+  for (const std::string& line : pendingLines) file << line;
+}
+
+void MessageLogImpl::ReportFailedOpen() noexcept {
   try {
-    std::ofstream file(logFile.Path(), std::ios::out | std::ios::app);
-    if (!file.good()) {
-      std::cerr << "Failed to open log file for writing: " << logFile.String() << '\n';
-      return;
-    }
-    for (const std::string& line : pendingLines) file << line;
-  } catch (...) {  // the failure of a log has nowhere to go
+    std::cerr << "Failed to open log file for writing: " << logFile.String() << '\n';
+  } catch (...) {  // as above
   }
 }
 

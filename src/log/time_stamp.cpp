@@ -29,16 +29,30 @@ std::tm ToLocalTime(std::time_t seconds) {
 }
 #endif
 
+std::time_t ReadSecond() {
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  return std::chrono::system_clock::to_time_t(now);
+}
+
+std::string FormatSecond(std::time_t second) {
+  const std::tm local = ToLocalTime(second);
+  std::ostringstream text;
+  std::use_facet<std::time_put<char>>(text.getloc())
+      .put(std::ostreambuf_iterator<char>(text), text, text.fill(), &local, TimeStampFormat.data(),
+           TimeStampFormat.data() + TimeStampFormat.size());
+  return std::move(text).str();
+}
+
 }  // namespace
 
-std::string MakeTimeStamp() {
-  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  const std::tm local = ToLocalTime(std::chrono::system_clock::to_time_t(now));
-  std::ostringstream stamp;
-  std::use_facet<std::time_put<char>>(stamp.getloc())
-      .put(std::ostreambuf_iterator<char>(stamp), stamp, stamp.fill(), &local, TimeStampFormat.data(),
-           TimeStampFormat.data() + TimeStampFormat.size());
-  return std::move(stamp).str();
+const std::string& TimeStamp::Make() {
+  const std::time_t second = ReadSecond();
+  const bool classic = std::locale() == std::locale::classic();
+  if (second == stampedSecond && classic && isClassic) return stamp;
+  stamp = FormatSecond(second);
+  stampedSecond = second;
+  isClassic = classic;
+  return stamp;
 }
 
 }  // namespace Common

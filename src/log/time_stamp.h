@@ -1,10 +1,22 @@
 #pragma once
 
+#include <ctime>
 #include <string>
 
 namespace Common {
 
-// The local time to the second, as "2026-03-09, 17:05:42:", in the global locale.
-std::string MakeTimeStamp();
+// The local time to the second, as "2026-03-09, 17:05:42:", in the global locale of the moment. For one thread at a
+// time.
+class TimeStamp {
+ public:
+  // Good until the next call. Formats anew only where the last stamp could differ: in another second, or in another
+  // locale than the classic one, whose facets may be the host's own.
+  const std::string& Make();
+
+ private:
+  std::string stamp;
+  std::time_t stampedSecond = 0;
+  bool isClassic = false;
+};
 
 }  // namespace Common

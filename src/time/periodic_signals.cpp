@@ -23,7 +23,7 @@ float ClampDuty(float duty) {
 
 }  // namespace
 
-class SinePeriodic : public IPeriodic {
+class SinePeriodic final : public IPeriodic {
  public:
   explicit SinePeriodic(std::uint64_t microseconds) : period(microseconds) {}
 
@@ -33,7 +33,7 @@ class SinePeriodic : public IPeriodic {
   const std::uint64_t period;
 };
 
-class SquarePeriodic : public IPeriodic {
+class SquarePeriodic final : public IPeriodic {
  public:
   SquarePeriodic(std::uint64_t microseconds, float share) : period(microseconds), duty(share) {}
 
@@ -44,7 +44,7 @@ class SquarePeriodic : public IPeriodic {
   const float duty;
 };
 
-class TrianglePeriodic : public IPeriodic {
+class TrianglePeriodic final : public IPeriodic {
  public:
   TrianglePeriodic(std::uint64_t microseconds, float share) : period(microseconds), duty(share) {}
 
@@ -59,7 +59,7 @@ class TrianglePeriodic : public IPeriodic {
   const float duty;
 };
 
-class RisingSawtoothPeriodic : public IPeriodic {
+class RisingSawtoothPeriodic final : public IPeriodic {
  public:
   explicit RisingSawtoothPeriodic(std::uint64_t microseconds) : period(microseconds) {}
 
@@ -69,7 +69,7 @@ class RisingSawtoothPeriodic : public IPeriodic {
   const std::uint64_t period;
 };
 
-class FallingSawtoothPeriodic : public IPeriodic {
+class FallingSawtoothPeriodic final : public IPeriodic {
  public:
   explicit FallingSawtoothPeriodic(std::uint64_t microseconds) : period(microseconds) {}
 
@@ -79,7 +79,7 @@ class FallingSawtoothPeriodic : public IPeriodic {
   const std::uint64_t period;
 };
 
-class NullPeriodic : public IPeriodic {
+class NullPeriodic final : public IPeriodic {
  public:
   float GetValue() override { return 1.0F; }
 };

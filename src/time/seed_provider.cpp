@@ -33,7 +33,7 @@ bool HasTimeProvider() {
 
 }  // namespace
 
-class SeedProviderImpl : public SSeedProvider {
+class SeedProviderImpl final : public SSeedProvider {
  public:
   SeedProviderImpl() { Advance(StepsAtManufacture); }
 

@@ -23,7 +23,7 @@ std::uint64_t ReadRawMicroseconds() {
 
 }  // namespace
 
-class TimeProviderImpl : public STimeProvider {
+class TimeProviderImpl final : public STimeProvider {
  public:
   void Calibrate();
 

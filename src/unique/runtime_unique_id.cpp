@@ -35,7 +35,7 @@ std::string_view WithoutLeadingPrefixes(std::string_view name) {
 
 }  // namespace
 
-class RuntimeUniqueIdImpl : public SRuntimeUniqueId {
+class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
  public:
   std::int64_t NextId() override { return ++counters.back(); }
 
