@@ -4,11 +4,11 @@
 #include <vorn_lnk/guid>
 #include <vorn_lnk/shared_path>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <mutex>
-#include <new>
 #include <utility>
 
 #include "time_stamp.h"
@@ -25,6 +25,7 @@ const std::string LogFileName = "zeb_log.txt";
 const std::string ArchiveFolder = "old_logs";
 
 constexpr std::size_t BatchLineCount = 500;
+constexpr std::size_t FileBufferSize = 32 * 1024;
 
 std::int32_t instanceCount = 0;
 
@@ -50,7 +51,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   void AddLine(const std::string& prefix, const std::string& text);
   void PublishLastLine() noexcept;
   void CopyToConsole(const std::string& line) noexcept;
-  void WritePendingLines();
+  void WritePendingLines() noexcept;
   void ReportFailedOpen() noexcept;
 
   std::vector<std::string> sideLines;
@@ -59,6 +60,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
   TimeStamp timeStamp;
+  std::array<char, FileBufferSize> fileBuffer;
 };
 
 // A log that cannot be moved away stays untouched: this run then has no file, until the host names one.
@@ -73,12 +75,7 @@ MessageLogImpl::MessageLogImpl() {
   AddHeader();
 }
 
-MessageLogImpl::~MessageLogImpl() {
-  try {
-    WritePendingLines();
-  } catch (const std::bad_alloc&) {  // the failure of a log has nowhere to go
-  }
-}
+MessageLogImpl::~MessageLogImpl() { WritePendingLines(); }
 
 void MessageLogImpl::MovePreviousLogAway() {
   if (!std::filesystem::exists(std::filesystem::path(logFile))) return;
@@ -110,7 +107,11 @@ void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text)
   const std::string& stamp = timeStamp.Make();
   std::string line;
   line.reserve(prefix.size() + stamp.size() + 1 + text.size() + 1);
-  line.append(prefix).append(stamp).append(1, ' ').append(text).append(1, '\n');
+  line += prefix;
+  line += stamp;
+  line += ' ';
+  line += text;
+  line += '\n';
   pendingLines.push_back(std::move(line));
   PublishLastLine();
 }
@@ -119,11 +120,7 @@ void MessageLogImpl::PublishLastLine() noexcept {
   if (!liveOutput) return;
   CopyToConsole(pendingLines.back());
   if (pendingLines.size() < BatchLineCount) return;
-  try {
-    WritePendingLines();
-  } catch (const std::bad_alloc&) {  // before anything was written, so the next line tries again
-    return;
-  }
+  WritePendingLines();
   pendingLines.clear();
 }
 
@@ -135,13 +132,18 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   }
 }
 
-void MessageLogImpl::WritePendingLines() {
-  std::ofstream file(logFile.Path(), std::ios::out | std::ios::app);
+// With a buffer of the log's own the stream allocates nothing, so no lack of memory loses a batch, and a usual batch
+// is one write to the disk.
+void MessageLogImpl::WritePendingLines() noexcept {
+  std::ofstream file;
+  file.rdbuf()->pubsetbuf(fileBuffer.data(), fileBuffer.size());
+  file.open(logFile.Path(), std::ios::out | std::ios::app);
   if (!file.good()) {
     ReportFailedOpen();
     return;
   }
-  for (const std::string& line : pendingLines) file << line;
+  for (const std::string& line : pendingLines)
+    file.rdbuf()->sputn(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void MessageLogImpl::ReportFailedOpen() noexcept {
