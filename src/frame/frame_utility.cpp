@@ -56,11 +56,27 @@ FrameUtilityImpl::~FrameUtilityImpl() {
 Vorn::IntrudablePtr<IFrameReactor> FrameUtilityImpl::CreateReactor(std::uint64_t interval) {
   auto* const reactor = new FrameReactorImpl(this, interval);
   Vorn::IntrudablePtr<IFrameReactor> reference(reactor);
-  reactors.emplace(AddressOf(reactor), reactor);
+  AddReactor(reactor);
   return reference;
 }
 
-void FrameUtilityImpl::RemoveReactor(const FrameReactorImpl* reactor) { reactors.erase(AddressOf(reactor)); }
+// The reactors are linked in the order of the map, since a tick walks a list in half the time.
+void FrameUtilityImpl::AddReactor(FrameReactorImpl* reactor) {
+  const auto entry = reactors.emplace(AddressOf(reactor), reactor).first;
+  reactor->following = std::exchange(LinkTo(entry), reactor);
+}
+
+void FrameUtilityImpl::RemoveReactor(const FrameReactorImpl* reactor) {
+  const auto entry = reactors.find(AddressOf(reactor));
+  if (entry == reactors.end()) return;  // there was no memory to enter it
+  LinkTo(entry) = reactor->following;
+  reactors.erase(entry);
+}
+
+// The link that leads, or has to lead, to the reactor of this entry.
+FrameReactorImpl*& FrameUtilityImpl::LinkTo(Reactors::iterator entry) {
+  return entry == reactors.begin() ? firstReactor : std::prev(entry)->second->following;
+}
 
 std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) {
   const std::uint64_t stamp = timeProvider.Get()->Now();
@@ -89,7 +105,7 @@ void FrameUtilityImpl::Tick() {
 
 void FrameUtilityImpl::RunReactors() {
   const std::uint64_t frameNumber = TotemAccess::Get()->frameNumber.Read();
-  for (auto entry = reactors.begin(); entry != reactors.end(); ++entry) entry->second->React(frameNumber);
+  for (auto* reactor = firstReactor; reactor != nullptr; reactor = reactor->following) reactor->React(frameNumber);
 }
 
 // Serves at most the calls that wait at the start, so a call that schedules another cannot keep a tick from ending.

@@ -33,6 +33,7 @@ class FrameReactorImpl final : public IFrameReactor {
   FrameUtilityImpl* const owner;
   const std::uint64_t interval;
   std::uint64_t lastFired = 0;
+  FrameReactorImpl* following = nullptr;  // the next one in the order of addresses
 };
 
 struct DelayedCall {
@@ -57,12 +58,17 @@ class FrameUtilityImpl final : public SFrameUtility {
   void RemoveReactor(const FrameReactorImpl* reactor);
 
  private:
+  using Reactors = std::map<std::uintptr_t, FrameReactorImpl*>;
+
+  void AddReactor(FrameReactorImpl* reactor);
+  FrameReactorImpl*& LinkTo(Reactors::iterator entry);
   void RunReactors();
   void RunDelayedCalls();
 
-  std::map<std::uintptr_t, FrameReactorImpl*> reactors;  // not owning
+  Reactors reactors;  // not owning
   std::shared_ptr<Vorn::Singleton<SMessageTotem, std::shared_ptr>> totem;
   std::deque<DelayedCall> delayedCalls;
+  FrameReactorImpl* firstReactor = nullptr;
 };
 
 }  // namespace Common

@@ -4,7 +4,6 @@
 #include <vorn_lnk/guid>
 #include <vorn_lnk/shared_path>
 
-#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -25,7 +24,7 @@ const std::string LogFileName = "zeb_log.txt";
 const std::string ArchiveFolder = "old_logs";
 
 constexpr std::size_t BatchLineCount = 500;
-constexpr std::size_t FileBufferSize = 32 * 1024;
+constexpr std::streamsize FileBufferSize = 32 * 1024;
 
 std::int32_t instanceCount = 0;
 
@@ -60,7 +59,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
   TimeStamp timeStamp;
-  std::array<char, FileBufferSize> fileBuffer;
+  char fileBuffer[FileBufferSize];
 };
 
 // A log that cannot be moved away stays untouched: this run then has no file, until the host names one.
@@ -136,7 +135,7 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
 // is one write to the disk.
 void MessageLogImpl::WritePendingLines() noexcept {
   std::ofstream file;
-  file.rdbuf()->pubsetbuf(fileBuffer.data(), fileBuffer.size());
+  file.rdbuf()->pubsetbuf(fileBuffer, FileBufferSize);
   file.open(logFile.Path(), std::ios::out | std::ios::app);
   if (!file.good()) {
     ReportFailedOpen();
