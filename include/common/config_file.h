@@ -40,7 +40,8 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   virtual ConfigEntries ReadFile(const std::string& path) = 0;
 
   // Makes `path` the file that Save and the destructor write, whether it exists or not; then reads it and lays its
-  // entries over those of the store. Always true.
+  // entries over those of the store. Always true. Throws as ReadFile; the target has then moved all the same, and
+  // the store is unchanged.
   virtual bool Load(const std::string& path) = 0;
 
   // Writes all settings to the main file, or to the one that Load named last.

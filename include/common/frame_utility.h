@@ -41,9 +41,10 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
 
   // Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds gone. Returns
   // the call's id, which calls scheduled in the same microsecond share. Calls run strictly in the order of
-  // scheduling: one that is not yet due holds back all behind it. A call that throws stays at the front and is
-  // tried again in the next tick. Scheduled inside a reactor's callback it may run in the same tick; inside a
-  // delayed call it waits for the next. Throws Vorn::MissingInstance without a clock, and then queues nothing.
+  // scheduling: one that is not yet due holds back all behind it. A call that throws, as an empty function does,
+  // stays at the front and is tried again in each tick until it succeeds or is cancelled. Scheduled inside a reactor's
+  // callback it may run in the same tick; inside a delayed call it waits for the next. Throws Vorn::MissingInstance
+  // without a clock, and then queues nothing.
   virtual std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) = 0;
 
   // Takes the callables of all calls with this id away; nothing happens if there are none. What stays of such a

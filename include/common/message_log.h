@@ -52,9 +52,9 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
 };
 
 // Makes the process's one log, which the caller owns: moves the previous log away and queues a header of three lines.
-// If the move fails, the log has no file and no header until SetLogFile gives it one. Throws
-// ApplicationErrorException on every call but the first, and std::filesystem::filesystem_error if the working
-// directory cannot be read. For one thread at a time.
+// If the move fails, there is no header, and no file until SetLogFile names one. Throws ApplicationErrorException on
+// every call but the first, std::filesystem::filesystem_error if the working directory cannot be read, and whatever
+// Vorn::CreateGuid does. For one thread at a time.
 COMMON_SERVICES_EXPORT SMessageLog* ManufactureMessageLog();
 
 }  // namespace Common::Log

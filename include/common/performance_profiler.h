@@ -44,7 +44,8 @@ inline std::uint64_t ReadMonotonicMicroseconds() {
 }
 
 // What one measurement spends on reading the clock, once to start and once to stop: twice the mean of 100 readings
-// in a row, the best of ten such runs. Found at the first stop in a module, which takes some 50 us.
+// in a row, the best of ten such runs. Found at the first stop in a module, which takes some 50 us: where
+// that is a GoOnTo, the record it starts contains them.
 inline std::uint64_t NanosecondsOfMeasuring() {
   static const std::uint64_t cost = [] {
     constexpr int Runs = 10;

@@ -8,8 +8,8 @@ namespace Common {
 
 // Made by STimeProvider::MakePeriodic, deleted with its last reference.
 struct VORN_LNK_SHARED_TYPE IPeriodic : Vorn::Intrudable {
-  // The wave at this moment: -1.0 to 1.0 for a sine, 0.0 to 1.0 for all others. Asks the storage for the clock at
-  // each call and throws Vorn::MissingInstance if there is none. Any thread.
+  // The wave at this moment: -1.0 to 1.0 for a sine, 0.0 to 1.0 for all others. All but the signal of
+  // no kind ask the storage for the clock at each call and throw Vorn::MissingInstance if there is none. Any thread.
   virtual float GetValue() = 0;
 };
 

@@ -22,7 +22,7 @@ namespace Common::Unique {
 struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
   virtual ~SRuntimeUniqueId() = default;
 
-  // The next id; the first is 1.
+  // The next id; the first is 1. After the largest comes the smallest.
   virtual std::int64_t NextId() = 0;
 
   // The next id as a prefix: `/$17#`.

@@ -49,7 +49,8 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) = 0;
 
   // Fills six scopes of 1000 down to 30 ms and prints to std::cout how long each really took; about 2 s in all.
-  // Measures the clock in the storage, and throws Vorn::MissingInstance if there is none.
+  // Measures the clock in the storage, and throws Vorn::MissingInstance if there is none. Does not flush.
+  // For one thread at a time.
   virtual void RunTimingCheck() = 0;
 
   // A signal of `period` microseconds. `duty`, the share of the period at which a square falls and a triangle

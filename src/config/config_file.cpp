@@ -6,6 +6,7 @@
 
 #include <boost/lexical_cast.hpp>
 #include <fstream>
+#include <locale>
 #include <utility>
 
 #include "config_format.h"
@@ -53,7 +54,7 @@ ConfigFileImpl::ConfigFileImpl() {
   const std::string mainPath = ConfigFolder + "/" + ConfigFileName;
   Load(mainPath);
   const std::string overridePath = ConfigFolder + "/" + UserConfigFileName;
-  if (std::filesystem::exists(Vorn::PathFromUtf8(overridePath))) Load(overridePath);
+  if (Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(overridePath)).Exists()) Load(overridePath);
   filePath = mainPath;
 }
 
@@ -87,6 +88,7 @@ void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& 
   char buffer[StreamBufferSize];
   std::ofstream file;
   file.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
+  file.imbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
   file.open(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc);
   if (!file.good()) {
     ReportError("File '" + path + "' write error.");

@@ -85,13 +85,13 @@ std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64
 }
 
 void FrameUtilityImpl::CancelCall(std::uint64_t id) {
-  const auto count = static_cast<std::ptrdiff_t>(delayedCalls.size());
-  for (std::ptrdiff_t searched = 0; searched < count;) {
-    // Found anew after each match: the destructor of a callable may have scheduled calls.
+  const auto count = std::ssize(delayedCalls);
+  for (std::ptrdiff_t searched = 0; searched < std::min(count, std::ssize(delayedCalls));) {
+    // Found anew after each match: the destructor of a callable may have changed the queue.
     const auto begin = delayedCalls.begin();
-    const auto match =
-        std::find_if(begin + searched, begin + count, [id](const DelayedCall& call) { return call.stamp == id; });
-    if (match == begin + count) return;
+    const auto end = begin + std::min(count, std::ssize(delayedCalls));
+    const auto match = std::find_if(begin + searched, end, [id](const DelayedCall& call) { return call.stamp == id; });
+    if (match == end) return;
     searched = match - begin + 1;
     const DelayedCall cancelled = std::exchange(*match, EmptyCall);
   }
@@ -111,7 +111,7 @@ void FrameUtilityImpl::RunReactors() {
 // Serves at most the calls that wait at the start, so a call that schedules another cannot keep a tick from ending.
 void FrameUtilityImpl::RunDelayedCalls() {
   const std::uint64_t now = timeProvider.Get()->Now();
-  for (std::size_t left = delayedCalls.size(); left > 0; --left) {
+  for (std::size_t left = delayedCalls.size(); left > 0 && !delayedCalls.empty(); --left) {
     DelayedCall& front = delayedCalls.front();
     if (now - front.stamp < front.delay) return;
     front.callback(front.argument);

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <locale>
 #include <mutex>
 #include <utility>
 
@@ -27,6 +28,11 @@ constexpr std::size_t BatchLineCount = 500;
 constexpr std::streamsize FileBufferSize = 32 * 1024;
 
 std::int32_t instanceCount = 0;
+
+// The bytes alone: a width or fill that the host has set for its own output is not for the log.
+void Insert(std::ostream& console, const std::string& line) {
+  console.write(line.data(), static_cast<std::streamsize>(line.size()));
+}
 
 }  // namespace
 
@@ -126,7 +132,7 @@ void MessageLogImpl::PublishLastLine() noexcept {
 // Only an error opens with the prefix's first byte: other lines open with a digit or with the warning's.
 void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   try {
-    (line.front() == ErrorPrefix.front() ? std::cerr : std::cout) << line;
+    Insert(line.front() == ErrorPrefix.front() ? std::cerr : std::cout, line);
   } catch (...) {  // a host may have asked its streams to throw; the caller of the log has not
   }
 }
@@ -136,19 +142,19 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
 void MessageLogImpl::WritePendingLines() noexcept {
   std::ofstream file;
   file.rdbuf()->pubsetbuf(fileBuffer, FileBufferSize);
+  file.imbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
   file.open(logFile.Path(), std::ios::out | std::ios::app);
   if (!file.good()) {
     ReportFailedOpen();
     return;
   }
-  for (const std::string& line : pendingLines)
-    file.rdbuf()->sputn(line.data(), static_cast<std::streamsize>(line.size()));
+  for (const std::string& line : pendingLines) Insert(file, line);
 }
 
 void MessageLogImpl::ReportFailedOpen() noexcept {
   try {
-    std::cerr << "Failed to open log file for writing: " << logFile.String() << '\n';
-  } catch (...) {  // as above
+    Insert(std::cerr, "Failed to open log file for writing: " + logFile.String() + '\n');
+  } catch (...) {  // the failure of a log has nowhere else to go
   }
 }
 

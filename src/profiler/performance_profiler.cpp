@@ -15,6 +15,7 @@ constexpr std::string_view ReportFileName = "/profiler_data.csv";
 constexpr std::string_view AccumulatorTitle = "Profile for accumulator: ";
 constexpr std::string_view ColumnHeads = "Name\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]";
 
+constexpr std::streamsize StreamBufferSize = 4096;
 constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
 using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
@@ -51,13 +52,17 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
       entry = accumulators.emplace(name, std::vector{MeasureRecord{.name = name}}).first;
     }
     const AccumulatorHandle handle{0, &entry->second};
-    Detail::StartMeasurement(handle.records->front(), Detail::ReadMonotonicMicroseconds());
+    MeasureRecord& first = handle.records->front();
+    if (first.idle) Detail::StartMeasurement(first, Detail::ReadMonotonicMicroseconds());
     return handle;
   }
 
   void WriteReport(const std::string& path) override {
     const std::string chosen = path.empty() ? UtResultFolder + std::string(ReportFileName) : path;
-    std::ofstream report(Vorn::PathFromUtf8(chosen), std::ios::out | std::ios::ate);
+    char buffer[StreamBufferSize];  // so that no lack of memory costs the last report once opening has cut it
+    std::ofstream report;
+    report.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
+    report.open(Vorn::PathFromUtf8(chosen), std::ios::out | std::ios::ate);
     if (!report.good()) {
       throw ApplicationErrorException("Failed to open file " + chosen + " for writing!");
     }

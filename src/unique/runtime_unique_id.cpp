@@ -37,7 +37,10 @@ std::string_view WithoutLeadingPrefixes(std::string_view name) {
 
 class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
  public:
-  std::int64_t NextId() override { return ++counters.back(); }
+  // Beyond the largest id the counter goes on with the smallest.
+  std::int64_t NextId() override {
+    return counters.back() = static_cast<std::int64_t>(static_cast<std::uint64_t>(counters.back()) + 1);
+  }
 
   std::string NextIdString() override { return IdPrefix + IdToString(NextId()) + IdSuffix; }
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fstream>
+#include <locale>
 #include <system_error>
 
 namespace Vorn {
@@ -19,7 +20,9 @@ constexpr std::size_t ChunkSize = 64 * 1024;
 
 std::string ReadWholeFileToString(const SharedPath& path) {
   errno = 0;
-  std::ifstream file(path.Path(), std::ios::in | std::ios::binary);
+  std::ifstream file;
+  file.imbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
+  file.open(path.Path(), std::ios::in | std::ios::binary);
   if (!file) ThrowReadError(path);
   std::string content;
   std::string chunk(ChunkSize, '\0');

@@ -1,8 +1,13 @@
 #include <vorn_lnk/shared_path>
 
+#include <system_error>
 #include <utility>
 
+#include "path_text.h"
+
 namespace Vorn {
+
+std::filesystem::path PathFromUtf8(const std::string& text) { return Detail::ToNativeText(text); }
 
 SharedPath::SharedPath() = default;
 SharedPath::~SharedPath() = default;
@@ -30,15 +35,18 @@ void SharedPath::Reset() { shared.reset(); }
 SharedPath::operator std::filesystem::path() const { return Path(); }
 
 const std::filesystem::path& SharedPath::Path() const {
-  static const std::filesystem::path noPath;
+  // Never destroyed: a holder may stand at file scope in any module and end after this library's own statics.
+  static const auto& noPath = *new std::filesystem::path;
   return shared != nullptr ? *shared : noPath;
 }
 
-bool SharedPath::Exists() const { return std::filesystem::exists(Path()); }
-
-std::string SharedPath::String() const {
-  const std::u8string text = Path().u8string();
-  return {text.begin(), text.end()};
+bool SharedPath::Exists() const {
+  std::error_code failure;
+  const bool exists = std::filesystem::exists(Path(), failure);
+  if (failure) throw std::filesystem::filesystem_error("exists", Path(), failure);
+  return exists;
 }
+
+std::string SharedPath::String() const { return Detail::ToUtf8(Path().native()); }
 
 }  // namespace Vorn

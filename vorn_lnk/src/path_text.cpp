@@ -1,0 +1,35 @@
+#include "path_text.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+namespace Vorn::Detail {
+
+#ifdef _WIN32
+
+// The system's own conversions put U+FFFD where those of the standard library throw.
+std::wstring ToNativeText(const std::string& text) {
+  const int size = static_cast<int>(text.size());
+  const int wideSize = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
+  std::wstring wide(static_cast<std::size_t>(wideSize), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), wideSize);
+  return wide;
+}
+
+std::string ToUtf8(const std::wstring& nativeText) {
+  const int size = static_cast<int>(nativeText.size());
+  const int utf8Size = WideCharToMultiByte(CP_UTF8, 0, nativeText.data(), size, nullptr, 0, nullptr, nullptr);
+  std::string utf8(static_cast<std::size_t>(utf8Size), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, nativeText.data(), size, utf8.data(), utf8Size, nullptr, nullptr);
+  return utf8;
+}
+
+#else
+
+std::string ToNativeText(const std::string& text) { return text; }
+std::string ToUtf8(const std::string& nativeText) { return nativeText; }
+
+#endif
+
+}  // namespace Vorn::Detail

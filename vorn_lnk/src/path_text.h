@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace Vorn::Detail {
+
+// From UTF-8 to the text that the system's paths consist of, and back.
+std::filesystem::path::string_type ToNativeText(const std::string& text);
+std::string ToUtf8(const std::filesystem::path::string_type& nativeText);
+
+}  // namespace Vorn::Detail
