@@ -1,6 +1,5 @@
 #include "content_check.h"
 
-#include <common/content_paths.h>
 #include <vorn_lnk/shared_path>
 
 #include <filesystem>
@@ -20,15 +19,6 @@ void RequireWritable(const std::string& file) {
 
 }  // namespace
 
-const std::array<std::string, 3>& WrittenFiles() {
-  static const std::array<std::string, 3> files{
-      Common::ConfigFolder + "/" + Common::ConfigFileName,
-      "zeb_log.txt",
-      Common::UtResultFolder + "/profiler_data.csv",
-  };
-  return files;
-}
-
 void PrepareDirectory(const std::string& directory) {
   std::error_code failure;
   std::filesystem::current_path(Vorn::PathFromUtf8(directory), failure);
@@ -36,8 +26,8 @@ void PrepareDirectory(const std::string& directory) {
   if (!std::filesystem::is_directory(Common::ConfigFolder, failure)) {
     throw std::runtime_error("there is no folder " + Common::ConfigFolder + " in " + directory);
   }
-  std::filesystem::create_directory(Common::UtResultFolder, failure);  // a file in the way shows below
-  for (const std::string& file : WrittenFiles()) RequireWritable(file);
+  std::filesystem::create_directory(Common::UtResultFolder, failure);  // what stands in its way shows below
+  for (const std::string& file : {SettingsFile, LogFile, ReportFile}) RequireWritable(file);
 }
 
 }  // namespace Harbor

@@ -121,7 +121,7 @@ void Port::Berth(Ship& ship, Ship*& berth) {
   berth = &ship;
   const auto index = static_cast<std::uint64_t>(&berth - berths.data());
   const auto finish = [this](std::uint64_t berthIndex) { FinishUnloading(berthIndex); };
-  ship.endCall = frames.ScheduleCall(finish, index, UnloadTime() - frameTime / 2);
+  ship.endCall = frames.ScheduleCall(finish, index, unloadFrames * frameTime - frameTime / 2);
   log.LogMessage(ship.name + " unloads at berth " + std::to_string(index + 1));
 }
 

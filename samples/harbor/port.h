@@ -49,8 +49,6 @@ class Port {
   void BringAshore(Ship& ship, std::uint64_t tonnes);
   void PublishState();
 
-  std::uint64_t UnloadTime() const { return unloadFrames * frameTime; }
-
   Common::SFrameUtility& frames;
   Common::Log::SMessageLog& log;
   Common::SMessageTotem& totem;

@@ -44,11 +44,11 @@ bool ReadSwitch(Common::Config::SConfigFile& store, const std::string& key) {
 Settings ReadSettings(Common::Config::SConfigFile& store) {
   return {
       .frameTime = MicrosecondsPerSecond / ReadNumber(store, "harbor/frame_rate", 60, {1, 1'000}),
-      .frames = ReadNumber(store, "harbor/frames", 300, FrameCounts),
+      .frames = ReadNumber(store, "harbor/frames", 240, FrameCounts),
       .ships = ReadNumber(store, "harbor/ships", 9, {0, 10'000}),
-      .berths = ReadNumber(store, "harbor/berths", 3, {1, 1'000}),
+      .berths = ReadNumber(store, "harbor/berths", 2, {1, 1'000}),
       .dayLength = MicrosecondsPerMillisecond * ReadNumber(store, "harbor/day_ms", 2'000, {100, 86'400'000}),
-      .unloadFrames = ReadNumber(store, "harbor/unload_frames", 20, {8, 1'000'000}),
+      .unloadFrames = ReadNumber(store, "harbor/unload_frames", 24, {8, 1'000'000}),
       .seed = ReadNumber(store, "harbor/seed", 0, AnyNumber),
       .liveOutput = ReadSwitch(store, "harbor/live_output"),
   };

@@ -1,5 +1,8 @@
 #include "shift.h"
 
+#include <filesystem>
+
+#include "content_check.h"
 #include "interrupt.h"
 #include "phases.h"
 #include "progress.h"
@@ -8,36 +11,6 @@
 namespace Harbor {
 namespace {
 
-class Shift {
- public:
-  Shift(Services& started, const Settings& read)
-      : services(started), settings(read), port(started, read, frame), progress(read.frames) {}
-
-  void RunFrame() {
-    frame = services.profiler->OpenAccumulator(Phase::Frame);
-    auto filler = Clock::Get()->MakeTimeFiller(settings.frameTime);
-    progress.Hide();
-    frame.GoOnTo(Phase::EdgeAndReactors);
-    services.frames->Tick();  // goes on to the delayed calls where the first of them runs
-    frame.GoOnTo(Phase::Simulation);
-    port.Step();
-    frame.GoOnTo(Phase::Waiting);
-    progress.Show(*Totem::Get());
-    filler = nullptr;  // waits for what is left of the frame
-    frame.Stop();
-  }
-
-  Tally Total() const { return port.Total(); }
-  const std::vector<Common::MeasureRecord>& Phases() const { return *frame.records; }
-
- private:
-  Services& services;
-  const Settings& settings;
-  Common::AccumulatorHandle frame{};
-  Port port;
-  Progress progress;
-};
-
 Settings Configure(Services& services, std::optional<std::uint64_t> frames) {
   Settings settings = ReadSettings(*services.settings);
   if (frames) settings.frames = *frames;
@@ -45,22 +18,47 @@ Settings Configure(Services& services, std::optional<std::uint64_t> frames) {
   return settings;
 }
 
+// Where the previous log could not be moved away, the new one has no file and says nothing of it.
+void RescueLog() {
+  if (!std::filesystem::exists(LogFile)) return;
+  Log::Get()->SetLogFile(LogFile);
+  Log::Get()->LogWarning("the previous log could not be moved away, this one stands behind it");
+}
+
+void RunFrame(Services& services, const Settings& settings, Port& port, Progress& progress,
+              Common::AccumulatorHandle& frame) {
+  frame = services.profiler->OpenAccumulator(Phase::Frame);
+  auto filler = Clock::Get()->MakeTimeFiller(settings.frameTime);
+  progress.Hide();
+  frame.GoOnTo(Phase::EdgeAndReactors);
+  services.frames->Tick();  // goes on to the delayed calls where the first of them runs
+  frame.GoOnTo(Phase::Simulation);
+  port.Step();
+  frame.GoOnTo(Phase::Waiting);
+  progress.Show(*Totem::Get());
+  filler = nullptr;  // waits for what is left of the frame
+  frame.Stop();
+}
+
 }  // namespace
 
 Outcome RunShift(std::optional<std::uint64_t> frames) {
   Services services;
+  RescueLog();
   Outcome outcome{.settings = Configure(services, frames)};
-  Shift shift(services, outcome.settings);
-  Common::STimeProvider& clock = *Clock::Get();
-  for (std::uint64_t begin = clock.Now(); outcome.frameTimes.size() < outcome.settings.frames && !IsInterrupted();) {
-    shift.RunFrame();
-    const std::uint64_t end = clock.Now();
+  Common::AccumulatorHandle frame{};
+  Port port(services, outcome.settings, frame);
+  Progress progress(outcome.settings.frames);
+  std::uint64_t begin = Clock::Get()->Now();
+  while (outcome.frameTimes.size() < outcome.settings.frames && !IsInterrupted()) {
+    RunFrame(services, outcome.settings, port, progress, frame);
+    const std::uint64_t end = Clock::Get()->Now();
     outcome.frameTimes.push_back(end - begin);
     begin = end;
   }
   if (IsInterrupted()) Log::Get()->LogWarning("interrupted, the run ends early");
-  outcome.tally = shift.Total();
-  if (!outcome.frameTimes.empty()) outcome.phases = shift.Phases();
+  outcome.tally = port.Total();
+  if (frame.records != nullptr) outcome.phases = *frame.records;
   return outcome;
 }
 

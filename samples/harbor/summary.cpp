@@ -16,36 +16,27 @@ std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent)
   return *found;
 }
 
-void PrintPhases(std::ostream& out, const std::vector<Common::MeasureRecord>& phases) {
-  out << std::left << std::setw(20) << "phase" << std::right << std::setw(10) << "calls" << std::setw(12) << "us a call"
-      << std::setw(10) << "ms\n";
-  out << std::fixed << std::setprecision(1);
-  for (const Common::MeasureRecord& phase : phases) {
-    const auto total = static_cast<double>(phase.totalTime);
-    out << "  " << std::left << std::setw(18) << phase.name << std::right << std::setw(10) << phase.calls
-        << std::setw(12) << total / static_cast<double>(std::max<std::uint64_t>(phase.calls, 1)) << std::setw(9)
-        << total / 1000 << '\n';
-  }
+void PrintPhase(std::ostream& out, const Common::MeasureRecord& phase) {
+  const auto total = static_cast<double>(phase.totalTime);
+  const auto calls = static_cast<double>(std::max<std::uint64_t>(phase.calls, 1));
+  out << "  " << std::left << std::setw(18) << phase.name << std::right << std::setw(8) << phase.calls << std::setw(12)
+      << total / 1000 << std::setw(12) << total / calls << '\n';
 }
 
 }  // namespace
 
 void PrintSummary(std::ostream& out, const Outcome& outcome) {
   const Tally& tally = outcome.tally;
-  out << "\nframes              " << outcome.frameTimes.size() << " of " << outcome.settings.frames
-      << "\nframe time          " << outcome.settings.frameTime << " us asked, median "
-      << Percentile(outcome.frameTimes, 50) << " us, 99th percentile " << Percentile(outcome.frameTimes, 99) << " us"
-      << "\ncargo moved         " << tally.tonnesAshore << " t"
-      << "\nships               " << tally.unloaded << " unloaded, " << tally.calledAway << " called away, "
-      << tally.refused << " refused, " << tally.leftInPort << " still in port\n";
-  PrintPhases(out, outcome.phases);
-  out << "files written";
-  const char* separator = "       ";
-  for (const std::string& file : WrittenFiles()) {
-    out << separator << file;
-    separator = ", ";
-  }
-  out << '\n';
+  out << "\nframes         " << outcome.frameTimes.size() << " of " << outcome.settings.frames << "\nframe time     "
+      << outcome.settings.frameTime << " us asked, median " << Percentile(outcome.frameTimes, 50)
+      << " us, 99th percentile " << Percentile(outcome.frameTimes, 99) << " us"
+      << "\ncargo moved    " << tally.tonnesAshore << " t"
+      << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway << " called away, " << tally.refused
+      << " refused, " << tally.leftInPort << " left in port"
+      << "\nfiles written  " << SettingsFile << ", " << LogFile << ", " << ReportFile
+      << "\nphase                  calls      ms all     us each\n"
+      << std::fixed << std::setprecision(1);
+  for (const Common::MeasureRecord& phase : outcome.phases) PrintPhase(out, phase);
 }
 
 }  // namespace Harbor
