@@ -12,6 +12,7 @@ constexpr std::array<std::string_view, 5> Cargoes{"grain", "timber", "salt", "wo
 
 constexpr std::uint64_t LightestCargo = 100;
 constexpr std::uint64_t HeaviestCargo = 400;
+constexpr std::uint64_t FirstArrival = 2;  // the totem shows the gates from the second frame on
 constexpr std::uint64_t ShipsPerBadPapers = 8;
 constexpr std::uint64_t ShipsPerCallAway = 5;
 
@@ -44,7 +45,8 @@ std::vector<Ship> DrawFleet(Common::SSeedProvider& seeds, Common::Unique::SRunti
     Ship ship{};
     ship.name = ids.MakeUniqueName(chance.OneOf(ShipNames));
     ship.cargo = chance.OneOf(Cargoes);
-    ship.arrivalFrame = lastArrival * index / settings.ships + chance.Below(lastArrival / settings.ships + 1);
+    ship.arrivalFrame =
+        FirstArrival + lastArrival * index / settings.ships + chance.Below(lastArrival / settings.ships + 1);
     ship.hasPapers = !chance.OneIn(ShipsPerBadPapers);
     ship.tonnes = LightestCargo + chance.Below(HeaviestCargo - LightestCargo + 1);
     ship.keeps = chance.OneIn(ShipsPerCallAway) ? ship.tonnes / 2 : 0;

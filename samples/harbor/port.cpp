@@ -40,7 +40,7 @@ Port::Port(Services& services, const Settings& settings, Common::AccumulatorHand
   StartReactors(settings);
   const auto open = [this](std::uint64_t count) {
     frame.GoOnTo(Phase::DelayedCalls);
-    log.LogMessage("the harbour opens with " + std::to_string(count) + " berths");
+    log.LogMessage("the harbour is open, berths: " + std::to_string(count));
   };
   frames.ScheduleCall(open, berths.size(), 0);
 }
