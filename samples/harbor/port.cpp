@@ -125,8 +125,8 @@ void Port::Berth(Ship& ship, Ship*& berth) {
   log.LogMessage(ship.name + " unloads at berth " + std::to_string(index + 1));
 }
 
-// Everything in a tick before its first delayed call is the frame edge and the reactors, everything from there on the
-// delayed calls: no reactor runs after one.
+// A tick is frame edge, reactors and a look at the queue up to its first delayed call, and from there on delayed calls
+// to its end. So marking where one begins tells the two phases apart.
 void Port::FinishUnloading(std::uint64_t berthIndex) {
   frame.GoOnTo(Phase::DelayedCalls);
   Ship& ship = *berths[berthIndex];

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstdint>
-
 #include <common/message_totem.h>
+
+#include <cstddef>
+#include <cstdint>
 
 namespace Harbor {
 
