@@ -1,0 +1,30 @@
+#pragma once
+
+#include <common/runtime_unique_id.h>
+#include <common/seed_provider.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "settings.h"
+
+namespace Harbor {
+
+struct Ship {
+  std::string name;
+  std::string cargo;
+  std::uint64_t arrivalFrame;
+  bool hasPapers;
+  std::uint64_t tonnes;  // aboard on arrival
+  std::uint64_t keeps;   // stays aboard, as the ship is called away halfway; 0 for most
+  std::uint64_t aboard;
+  std::uint64_t endCall = 0;  // the delayed call that ends the unloading
+};
+
+// The ships of a run, first arrival first. All chance is spent here, before the first frame, so that no delay of a
+// frame can change which ships come, what they carry, or what they leave ashore.
+std::vector<Ship> DrawFleet(Common::SSeedProvider& seeds, Common::Unique::SRuntimeUniqueId& ids,
+                            const Settings& settings);
+
+}  // namespace Harbor

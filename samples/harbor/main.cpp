@@ -1,0 +1,45 @@
+// A headless harbour that runs in real time on the common services: a host to copy from. Begin with services.h, which
+// starts and ends the services, and shift.cpp, which runs the frames; port.cpp is what another engine has its game in.
+#include <exception>
+#include <iostream>
+
+#include "content_check.h"
+#include "interrupt.h"
+#include "options.h"
+#include "shift.h"
+#include "summary.h"
+
+namespace {
+
+constexpr int Failed = 1;
+constexpr int Misused = 2;
+
+int Run(const Harbor::Options& options) {
+  Harbor::PrepareDirectory(options.directory);
+  Harbor::CatchInterrupts();
+  const Harbor::Outcome outcome = Harbor::RunShift(options.frames);
+  Harbor::PrintSummary(std::cout, outcome);
+  return 0;
+}
+
+int Fail(int status, const std::string& text) {
+  std::cerr << "harbor: " << text << '\n';
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const Harbor::Options options = Harbor::ReadOptions(Harbor::Utf8Arguments(argc, argv));
+    if (!options.help) return Run(options);
+    std::cout << Harbor::HelpText;
+    return 0;
+  } catch (const Harbor::UsageError& failure) {
+    return Fail(Misused, failure.what() + std::string("; --help shows the options"));
+  } catch (const std::exception& failure) {
+    return Fail(Failed, failure.what());
+  } catch (const Vorn::MissingInstance& failure) {  // no std::exception: the services were used out of order
+    return Fail(Failed, failure.Message());
+  }
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <common/performance_profiler.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "port.h"
+#include "settings.h"
+
+namespace Harbor {
+
+// What is left of a run when its services have ended.
+struct Outcome {
+  Settings settings{};
+  Tally tally{};
+  std::vector<std::uint64_t> frameTimes{};      // microseconds
+  std::vector<Common::MeasureRecord> phases{};  // of all frames
+};
+
+// One run from the start of the services to their end: `frames` of them, or as many as the settings say, or fewer
+// after an interrupt.
+Outcome RunShift(std::optional<std::uint64_t> frames);
+
+}  // namespace Harbor
