@@ -338,8 +338,7 @@ class Host {
     model.reactors.clear();
     if (clock == nullptr) ToggleClock();
     while (!model.calls.empty()) Cancel(model.calls.back().stamp), model.calls.pop_back();
-    frames->Tick();
-    ++model.frameNumber;
+    Tick();
     SetClock(0, 0);
     Check(callablesAlive == 0, "no callable is left");
   }
