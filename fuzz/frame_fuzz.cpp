@@ -159,10 +159,11 @@ class Host {
     return kind < 2 ? kind : ++lastNumber;
   }
 
-  // Mostly times that meet the present one, seldom any at all.
+  // Mostly times that meet the present one, else such that sums of them wrap, which also set the clock back.
   std::uint64_t DrawTime() {
-    return data->ConsumeIntegralInRange(0, 15) == 15 ? data->ConsumeIntegral<std::uint64_t>()
-                                                     : data->ConsumeIntegralInRange<std::uint64_t>(0, 20);
+    const auto kind = data->ConsumeIntegralInRange(0, 15);
+    const auto small = data->ConsumeIntegralInRange<std::uint64_t>(0, 20);
+    return kind < 13 ? small : kind < 15 ? 0 - small : data->ConsumeIntegral<std::uint64_t>();
   }
 
   FrameCallback MakeCallback(std::uint64_t number) {
