@@ -17,6 +17,13 @@ Unique::SRuntimeUniqueId& TheService() {
   return *service;
 }
 
+constexpr std::int64_t Largest = std::numeric_limits<std::int64_t>::max();
+
+// Beyond the largest id the counter goes on with the smallest.
+std::int64_t Next(std::int64_t& counter) {
+  return counter = counter == Largest ? std::numeric_limits<std::int64_t>::min() : counter + 1;
+}
+
 std::string BareName(const std::string& name) {
   const std::size_t hash = name.find('#');
   if (name.compare(0, 2, "/$") != 0 || hash == std::string::npos) return name;
@@ -27,29 +34,28 @@ void CheckNames(std::int64_t& lastId, const std::string& name) {
   Unique::SRuntimeUniqueId& service = TheService();
   const std::string bareName = BareName(name).empty() ? "/object" : BareName(name);
   const std::string first = service.MakeUniqueName(name);
-  Check(first == "/$" + std::to_string(++lastId) + "#" + bareName, "a new prefix in place of all old ones");
+  Check(first == "/$" + std::to_string(Next(lastId)) + "#" + bareName, "a new prefix in place of all old ones");
   const std::string second = service.MakeUniqueName(first);
-  Check(second == "/$" + std::to_string(++lastId) + "#" + bareName, "a unique name is made unique anew");
+  Check(second == "/$" + std::to_string(Next(lastId)) + "#" + bareName, "a unique name is made unique anew");
   Check(service.JoinIdAndText(name, lastId) == std::to_string(lastId) + name, "number and text");
-  Check(service.NextIdString() == "/$" + std::to_string(++lastId) + "#", "a prefix alone");
+  Check(service.NextIdString() == "/$" + std::to_string(Next(lastId)) + "#", "a prefix alone");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  constexpr std::int64_t IdsOfOneInput = 100'000;
   FuzzedDataProvider data(bytes, size);
   std::vector<std::pair<std::int64_t, Vorn::IntrudablePtr<IScopedIdOverride>>> counters;
-  const auto override = [&] {
-    const auto start = data.ConsumeIntegralInRange<std::int64_t>(
-        std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max() - IdsOfOneInput);
+  const auto overrideCounter = [&] {
+    const auto start = data.ConsumeBool() ? data.ConsumeIntegral<std::int64_t>()
+                                          : Largest - data.ConsumeIntegralInRange<std::int64_t>(0, 9);
     counters.emplace_back(start, TheService().OverrideCounter(start));
   };
-  override();
+  overrideCounter();
   while (data.remaining_bytes() > 0) {
     const auto operation = data.ConsumeIntegralInRange(0, 5);
     if (operation == 0) {
-      override();
+      overrideCounter();
     } else if (operation == 1 && counters.size() > 1) {
       counters.pop_back();
     } else {
