@@ -1,0 +1,363 @@
+// Operations on the frame utility, from outside a tick and from inside its callbacks, against a plain model that runs
+// beside it. The model tells which callable has to run next; each callable that runs compares itself with that.
+#include <common/frame_utility.h>
+#include <common/message_totem.h>
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <deque>
+#include <map>
+#include <optional>
+
+#include "stand_ins.h"
+
+namespace {
+
+using namespace Common;
+using Fuzz::Check;
+
+// Callables are known by number. These two stand for the one that the utility itself puts in, and for an empty
+// function.
+constexpr std::uint64_t DoesNothing = 0;
+constexpr std::uint64_t IsEmpty = 1;
+
+struct Thrown {};
+
+// What happens next in a tick: a callable runs with a value, or the tick ends in one of these ways.
+struct Event {
+  enum Kind { Runs, Returns, ThrowsBadCall, ThrowsMissingClock };
+
+  bool operator==(const Event&) const = default;
+
+  Kind kind;
+  std::uint64_t callable = 0;
+  std::uint64_t value = 0;
+};
+
+struct Reactor {
+  Vorn::IntrudablePtr<IFrameReactor> reference;
+  std::uint64_t interval;
+  std::uint64_t lastFired = 0;
+  std::uint64_t callable = DoesNothing;
+};
+
+struct Call {
+  std::uint64_t stamp;
+  std::uint64_t delay;
+  std::uint64_t argument;
+  std::uint64_t callable;
+};
+
+struct Model {
+  void BeginTick() {
+    ++frameNumber;
+    previousValue = value;
+    if (nextValue) value = *std::exchange(nextValue, std::nullopt);
+    reactor = nullptr;
+    servesCalls = false;
+  }
+
+  Event NextEvent() {
+    if (!servesCalls) {
+      if (const auto event = NextReactor()) return *event;
+      if (!hasClock) return {Event::ThrowsMissingClock};
+      walkTime = ReadClock();
+      callsLeft = calls.size();
+      servesCalls = true;
+    } else {
+      PopCall();  // the one that ran last
+    }
+    return NextCall();
+  }
+
+  std::optional<Event> NextReactor() {
+    for (auto entry = reactors.upper_bound(reactor); entry != reactors.end(); entry = reactors.upper_bound(reactor)) {
+      reactor = entry->first;
+      Reactor& present = entry->second;
+      if (present.interval != 0) {
+        if (!hasClock) return Event{Event::ThrowsMissingClock};
+        const std::uint64_t reading = ReadClock();
+        if (reading - present.lastFired < present.interval) continue;
+        present.lastFired = reading;
+      }
+      if (present.callable == IsEmpty) return Event{Event::ThrowsBadCall};
+      if (present.callable != DoesNothing) return Event{Event::Runs, present.callable, frameNumber};
+    }
+    reactor = nullptr;
+    return std::nullopt;
+  }
+
+  Event NextCall() {
+    for (; callsLeft > 0; PopCall()) {
+      const Call& front = calls.front();
+      if (walkTime - front.stamp < front.delay) break;
+      if (front.callable == IsEmpty) return {Event::ThrowsBadCall};
+      if (front.callable != DoesNothing) return {Event::Runs, front.callable, front.argument};
+    }
+    return {Event::Returns};
+  }
+
+  void PopCall() {
+    calls.pop_front();
+    --callsLeft;
+  }
+
+  std::uint64_t ReadClock() { return std::exchange(now, now + step); }
+
+  std::uint64_t CallablesHeld() const {
+    std::uint64_t count = 0;
+    for (const auto& [address, present] : reactors) count += present.callable > IsEmpty;
+    for (const Call& call : calls) count += call.callable > IsEmpty;
+    return count;
+  }
+
+  std::map<IFrameReactor*, Reactor> reactors;
+  std::deque<Call> calls;
+  bool hasClock = true;
+  std::uint64_t now = 0;
+  std::uint64_t step = 0;
+
+  std::uint64_t frameNumber = 0;
+  std::uint16_t value = 0;
+  std::uint16_t previousValue = 0;
+  std::optional<std::uint16_t> nextValue;
+
+  IFrameReactor* reactor = nullptr;  // the one that was reached last in the tick under way
+  bool servesCalls = false;
+  std::uint64_t walkTime = 0;
+  std::size_t callsLeft = 0;
+};
+
+class Host {
+ public:
+  void Run(FuzzedDataProvider& input) {
+    data = &input;
+    while (data->remaining_bytes() > 0) {
+      Operate();
+      CheckBetweenTicks();
+    }
+    data = nullptr;
+    StartAfresh();
+  }
+
+ private:
+  enum class Inside { Nothing, ReactorCallback, CallCallback };
+
+  // What a callable owns: it calls back when it runs, and also when it is destroyed.
+  struct Callable {
+    Callable(Host* hostOfAll, std::uint64_t ownNumber) : host(hostOfAll), number(ownNumber) { ++host->callablesAlive; }
+    ~Callable() {
+      --host->callablesAlive;
+      host->OperateInDestructor();
+    }
+
+    Host* const host;
+    const std::uint64_t number;
+  };
+
+  std::uint64_t DrawNumber() {
+    const auto kind = data->ConsumeIntegralInRange<std::uint64_t>(0, 9);
+    return kind < 2 ? kind : ++lastNumber;
+  }
+
+  // Mostly times that meet the present one, else such that sums of them wrap, which also set the clock back.
+  std::uint64_t DrawTime() {
+    const auto kind = data->ConsumeIntegralInRange(0, 15);
+    const auto small = data->ConsumeIntegralInRange<std::uint64_t>(0, 20);
+    return kind < 13 ? small : kind < 15 ? 0 - small : data->ConsumeIntegral<std::uint64_t>();
+  }
+
+  FrameCallback MakeCallback(std::uint64_t number) {
+    if (number == IsEmpty) return {};
+    if (number == DoesNothing) return [](std::uint64_t) {};
+    return [callable = std::make_shared<Callable>(this, number)](std::uint64_t value) {
+      callable->host->OnRun({Event::Runs, callable->number, value});
+    };
+  }
+
+  void OnRun(const Event& event) {
+    Check(event == model.NextEvent(), "the right callable runs with the right value");
+    inside = model.servesCalls ? Inside::CallCallback : Inside::ReactorCallback;
+    for (auto left = data->ConsumeIntegralInRange(0, 3); left > 0; --left) Operate();
+    inside = Inside::Nothing;
+    if (data->ConsumeIntegralInRange(0, 7) == 7) throw Thrown();
+  }
+
+  void Operate() {
+    switch (data->ConsumeIntegralInRange(0, 11)) {
+      case 0:
+        if (inside == Inside::Nothing) Tick();
+        break;
+      case 1:
+        CreateReactor();
+        break;
+      case 2:
+        if (IFrameReactor* const reactor = DrawReactor()) SetCallback(reactor);
+        break;
+      case 3:
+        if (IFrameReactor* const reactor = DrawReactor()) Clear(reactor);
+        break;
+      case 4:
+        if (IFrameReactor* const reactor = DrawReactor()) Release(reactor);
+        break;
+      case 5:
+      case 6:
+        Schedule();
+        break;
+      case 7:
+        Cancel(DrawId());
+        break;
+      case 8:
+        SetClock(model.now + DrawTime(), model.step);
+        break;
+      case 9:
+        SetClock(model.now, data->ConsumeIntegralInRange<std::uint64_t>(0, 3));
+        break;
+      case 10:
+        WriteTotem();
+        break;
+      case 11:
+        if (data->ConsumeIntegralInRange(0, 3) == 3) ToggleClock();
+        break;
+    }
+  }
+
+  void OperateInDestructor() {
+    if (data == nullptr) return;
+    const auto operation = data->ConsumeIntegralInRange(0, 5);
+    if (operation == 4) Schedule();
+    if (operation == 5) Cancel(DrawId());
+  }
+
+  void Tick() {
+    model.BeginTick();
+    try {
+      frames->Tick();
+      Check(model.NextEvent() == Event{Event::Returns}, "a tick returns when all has run that is due");
+    } catch (const Thrown&) {
+    } catch (const std::bad_function_call&) {
+      Check(model.NextEvent() == Event{Event::ThrowsBadCall}, "an empty function is run when it is due");
+    } catch (const Vorn::MissingInstance&) {
+      Check(model.NextEvent() == Event{Event::ThrowsMissingClock}, "a tick reads the clock when it must");
+    }
+  }
+
+  void CreateReactor() {
+    const std::uint64_t interval = DrawTime();
+    auto reactor = frames->CreateReactor(interval);
+    IFrameReactor* const address = reactor.get();
+    model.reactors.emplace(address, Reactor{std::move(reactor), interval});
+  }
+
+  // Not the one whose callback is running.
+  IFrameReactor* DrawReactor() {
+    if (model.reactors.empty()) return nullptr;
+    const auto index = data->ConsumeIntegralInRange<std::size_t>(0, model.reactors.size() - 1);
+    IFrameReactor* const drawn = std::next(model.reactors.begin(), static_cast<std::ptrdiff_t>(index))->first;
+    return inside == Inside::ReactorCallback && drawn == model.reactor ? nullptr : drawn;
+  }
+
+  void SetCallback(IFrameReactor* reactor) {
+    const std::uint64_t number = model.reactors.at(reactor).callable = DrawNumber();
+    reactor->SetCallback(MakeCallback(number));
+  }
+
+  void Clear(IFrameReactor* reactor) {
+    model.reactors.at(reactor).callable = DoesNothing;
+    reactor->Clear();
+  }
+
+  void Release(IFrameReactor* reactor) { model.reactors.extract(reactor); }
+
+  void Schedule() {
+    const std::uint64_t number = DrawNumber();
+    const std::uint64_t argument = data->ConsumeIntegral<std::uint8_t>();
+    const std::uint64_t delay = DrawTime();
+    if (clock == nullptr) {
+      try {
+        frames->ScheduleCall(MakeCallback(number), argument, delay);
+        Check(false, "nothing is scheduled without a clock");
+      } catch (const Vorn::MissingInstance&) {
+      }
+      return;
+    }
+    const std::uint64_t stamp = model.ReadClock();
+    model.calls.push_back({stamp, delay, argument, number});
+    Check(frames->ScheduleCall(MakeCallback(number), argument, delay) == stamp, "the id is the time");
+  }
+
+  std::uint64_t DrawId() {
+    if (model.calls.empty()) return data->ConsumeIntegralInRange<std::uint64_t>(0, 20);
+    return model.calls[data->ConsumeIntegralInRange<std::size_t>(0, model.calls.size() - 1)].stamp;
+  }
+
+  // Not the call that is running.
+  void Cancel(std::uint64_t id) {
+    if (inside == Inside::CallCallback && model.calls.front().stamp == id) return;
+    for (Call& call : model.calls) {
+      if (call.stamp == id) call = {0, 0, 0, DoesNothing};
+    }
+    frames->CancelCall(id);
+  }
+
+  void SetClock(std::uint64_t now, std::uint64_t step) {
+    model.now = now;
+    model.step = step;
+    if (clock == nullptr) return;
+    (*clock)->now = now;
+    (*clock)->step = step;
+  }
+
+  void WriteTotem() {
+    auto* const totem = Vorn::Singleton<SMessageTotem, std::shared_ptr>::Get();
+    model.nextValue = data->ConsumeIntegral<std::uint8_t>();
+    totem->fourByteValue.Write({{*model.nextValue, 1}});
+    totem->fourByteValuePrevious.Write({{*model.nextValue, 2}});  // both without effect
+    totem->frameNumber.Write(*model.nextValue);
+  }
+
+  void ToggleClock() {
+    model.hasClock = clock == nullptr;
+    if (clock != nullptr) {
+      clock.reset();
+    } else {
+      clock = std::make_unique<Fuzz::StoredClock>();
+      SetClock(model.now, model.step);
+    }
+  }
+
+  void CheckBetweenTicks() const {
+    const auto* const totem = Vorn::Singleton<SMessageTotem, std::shared_ptr>::Get();
+    Check(totem->frameNumber.Read() == model.frameNumber, "the frame number counts the ticks");
+    Check(totem->fourByteValue.Read().parts[0] == model.value, "the last write of a frame wins");
+    Check(totem->fourByteValuePrevious.Read().parts[0] == model.previousValue, "the value of the frame before");
+    Check(clock == nullptr || (*clock)->now == model.now, "the clock is read as often as it must be");
+    Check(callablesAlive == model.CallablesHeld(), "a callable lives as long as it is held");
+  }
+
+  // All that stays is the number of the frame and the totem's value.
+  void StartAfresh() {
+    model.reactors.clear();
+    if (clock == nullptr) ToggleClock();
+    while (!model.calls.empty()) Cancel(model.calls.back().stamp), model.calls.pop_back();
+    Tick();
+    SetClock(0, 0);
+    Check(callablesAlive == 0, "no callable is left");
+  }
+
+  std::unique_ptr<Fuzz::StoredClock> clock = std::make_unique<Fuzz::StoredClock>();
+  std::uint64_t callablesAlive = 0;
+  std::uint64_t lastNumber = IsEmpty;
+  const std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};
+  Model model;
+  FuzzedDataProvider* data = nullptr;
+  Inside inside = Inside::Nothing;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  static Host host;
+  FuzzedDataProvider data(bytes, size);
+  host.Run(data);
+  return 0;
+}
