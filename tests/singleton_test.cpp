@@ -85,5 +85,21 @@ TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
   }
 }
 
+TEST(Factories, CountCallsThatFail) {
+  EXPECT_EQ(FailureOf(ManufactureSeedProvider), "SSeedProvider requires STimeProvider!");
+  WriteBytes("content/config/config.txt", "bad line\n");
+  EXPECT_EQ(FailureOf(ManufactureConfigFile), NoInstance) << "no log to report to";
+  auto totem = Access<SMessageTotem>::Create(new SMessageTotem);
+  EXPECT_EQ(FailureOf(ManufactureFrameUtility), DoubleInstancing);
+  EXPECT_NE(Access<SMessageTotem>::Get(), nullptr);
+  totem.reset();
+  std::filesystem::remove_all("content");
+  const StoredClock clock;
+  EXPECT_EQ(FailureOf(ManufactureSeedProvider), "Multiple instances of SSeedProvider");
+  EXPECT_EQ(FailureOf(ManufactureConfigFile), "Multiple instances of SCOnfigFile");
+  EXPECT_EQ(FailureOf(ManufactureFrameUtility), "Multiple instaces of frame utility!");
+  EXPECT_EQ(clock->readings, 0);
+}
+
 }  // namespace
 }  // namespace Common::Test
