@@ -9,73 +9,47 @@ namespace {
 template <class T>
 using Ptr = Vorn::IntrudablePtr<T>;
 
-using Counts = std::vector<std::uint32_t>;
+// What is left of the count after each release, summed up.
+int leftovers, ends, endsTooEarly;
 
-// Two interfaces with one count between them. Notes what releases leave of it, and 99 at its end.
-struct Object : IPeriodic, Vorn::IScoped {
-  explicit Object(Counts* released) : counts(released) {}
-  ~Object() override { counts->push_back(99); }
-  void OnReleased(std::uint32_t count) override { counts->push_back(count); }
-  float GetValue() override { return 0.5F; }
-
-  Counts* const counts;
-};
-
-static_assert(sizeof(Ptr<Object>) == sizeof(Object*) && std::is_nothrow_move_constructible_v<Ptr<Object>>);
-static_assert(std::is_convertible_v<Ptr<Object>, Ptr<IPeriodic>> && !std::is_convertible_v<Object*, Ptr<Object>>);
-static_assert(!std::is_constructible_v<Ptr<Object>, Ptr<IPeriodic>>);
-
-TEST(IntrudablePtr, KeepsTheObjectForAsLongAsOneHoldsIt) {
-  Counts counts;
-  Ptr<Object> first(new Object(&counts));
-  Object* const raw = first.get();
-  Ptr<IPeriodic> periodic = first;
-  Ptr<Vorn::IScoped> scoped(static_cast<Vorn::IScoped*>(raw));
-  Ptr<Object> moved = std::move(first);
-  EXPECT_FALSE(first);
-  EXPECT_TRUE(counts.empty()) << "a move releases nothing";
-  swap(first, moved);
-  EXPECT_TRUE(first == raw && first == periodic && moved == nullptr && moved != first && moved < first);
-  EXPECT_EQ(&*first, raw);
-  EXPECT_EQ(periodic->GetValue(), 0.5F);
-
-  periodic = nullptr;
-  periodic = std::move(first);
-  EXPECT_EQ(counts, Counts{2});
-  auto& self = periodic;
-  periodic = self;
-  periodic = std::move(self);
-  counts.clear();
-  periodic = Ptr<IPeriodic>(new Object(&counts));
-  EXPECT_EQ(periodic->GetValue(), 0.5F);
-  scoped = nullptr;
-  EXPECT_EQ(counts, (Counts{1, 0, 99}));
-}
-
-// Fails at its end if a call of OnReleased is still under way.
-struct Shared : Vorn::IScoped {
-  explicit Shared(std::atomic<int>* count) : ended(count) {}
-  ~Shared() override { *ended += releasing == 0 ? 1 : 1000; }
-  void OnReleased(std::uint32_t) override {
-    ++releasing;
+struct Object : Vorn::IScoped {
+  ~Object() override { ++ends, endsTooEarly += running; }
+  void OnReleased(std::uint32_t count) override {
+    ++running;
     std::this_thread::yield();
-    --releasing;
+    if (count != 0) leftovers += static_cast<int>(count);
+    --running;
   }
 
-  std::atomic<int> releasing = 0;
-  std::atomic<int>* const ended;
+  std::atomic<int> running = 0;
 };
 
-TEST(IntrudablePtr, ReleasesOnSeveralThreadsEndTheObjectOnceAndLast) {
-  constexpr int Rounds = 200;
-  std::atomic<int> ended = 0;
-  for (int round = 0; round < Rounds; ++round) {
-    Ptr<Vorn::IScoped> shared(new Shared(&ended));
+static_assert(sizeof(Ptr<Object>) == sizeof(Object*) && !std::is_convertible_v<Object*, Ptr<Object>>);
+
+TEST(IntrudablePtr, KeepsTheObjectForAsLongAsOneHoldsIt) {
+  Ptr<Object> first(new Object), moved = std::move(first);
+  Ptr<Vorn::IScoped> scoped = moved, none;
+  EXPECT_TRUE(!first && first == nullptr && moved == &*moved && moved == scoped && none < scoped && none != scoped);
+  auto& self = scoped;
+  scoped = std::move(self);
+  EXPECT_EQ(leftovers, 0) << "moves release nothing";
+  scoped = self;
+  Ptr<Vorn::Detail::Intrudable> base = std::move(moved);
+  swap(scoped, none);
+  base = nullptr;
+  EXPECT_TRUE(leftovers == 2 + 1 && ends == 0);
+  none = Ptr<Vorn::IScoped>(new Object);
+  EXPECT_TRUE(leftovers == 2 + 1 && ends == 1);
+}
+
+TEST(IntrudablePtr, ReleasesOnTwoThreadsEndTheObjectOnceAndLast) {
+  for (int round = 1; round <= 200; ++round) {
+    Ptr<Object> shared(new Object);
     std::thread other([copy = shared]() mutable { copy = nullptr; });
     shared = nullptr;
     other.join();
+    EXPECT_TRUE(leftovers == round && ends == round && endsTooEarly == 0);
   }
-  EXPECT_EQ(ended, Rounds);
 }
 
 }  // namespace
