@@ -4,53 +4,50 @@
 #include "support.h"
 
 namespace Common::Test {
-namespace {
 
 template <class T>
 using Ptr = Vorn::IntrudablePtr<T>;
 
-// What is left of the count after each release, summed up.
-int leftovers, ends, endsTooEarly;
+struct Counted : Vorn::IScoped {
+  // Those that releases left behind, and objects that have ended; many for one that has while a release ran.
+  static inline std::atomic<std::uint32_t> references, ended;
 
-struct Object : Vorn::IScoped {
-  ~Object() override { ++ends, endsTooEarly += running; }
+  ~Counted() override { ended += releasing != 0 ? 1000 : 1; }
   void OnReleased(std::uint32_t count) override {
-    ++running;
+    ++releasing;
+    references += count;
     std::this_thread::yield();
-    if (count != 0) leftovers += static_cast<int>(count);
-    --running;
+    --releasing;
   }
 
-  std::atomic<int> running = 0;
+  std::atomic<int> releasing = 0;
 };
 
-static_assert(sizeof(Ptr<Object>) == sizeof(Object*) && !std::is_convertible_v<Object*, Ptr<Object>>);
-
 TEST(IntrudablePtr, KeepsTheObjectForAsLongAsOneHoldsIt) {
-  Ptr<Object> first(new Object), moved = std::move(first);
+  static_assert(sizeof(Ptr<Counted>) == sizeof(Counted*) && !std::is_convertible_v<Counted*, Ptr<Counted>>);
+  Ptr<Counted> first(new Counted), moved = std::move(first);
   Ptr<Vorn::IScoped> scoped = moved, none;
   EXPECT_TRUE(!first && first == nullptr && moved == &*moved && moved == scoped && none < scoped && none != scoped);
   auto& self = scoped;
   scoped = std::move(self);
-  EXPECT_EQ(leftovers, 0) << "moves release nothing";
+  EXPECT_EQ(Counted::references, 0U) << "moves release nothing";
   scoped = self;
   Ptr<Vorn::Detail::Intrudable> base = std::move(moved);
   swap(scoped, none);
   base = nullptr;
-  EXPECT_TRUE(leftovers == 2 + 1 && ends == 0);
-  none = Ptr<Vorn::IScoped>(new Object);
-  EXPECT_TRUE(leftovers == 2 + 1 && ends == 1);
+  EXPECT_TRUE(Counted::references == 2 + 1 && Counted::ended == 0);
+  none = Ptr<Vorn::IScoped>(new Counted);
+  EXPECT_TRUE(Counted::references == 2 + 1 && Counted::ended == 1);
 }
 
 TEST(IntrudablePtr, ReleasesOnTwoThreadsEndTheObjectOnceAndLast) {
-  for (int round = 1; round <= 200; ++round) {
-    Ptr<Object> shared(new Object);
+  for (std::uint32_t round = 1; round <= 200; ++round) {
+    Ptr<Counted> shared(new Counted);
     std::thread other([copy = shared]() mutable { copy = nullptr; });
     shared = nullptr;
     other.join();
-    EXPECT_TRUE(leftovers == round && ends == round && endsTooEarly == 0);
+    EXPECT_TRUE(Counted::references == round && Counted::ended == round);
   }
 }
 
-}  // namespace
 }  // namespace Common::Test

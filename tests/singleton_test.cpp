@@ -4,13 +4,9 @@
 #include <common/runtime_unique_id.h>
 #include <common/seed_provider.h>
 
-#include <type_traits>
-
 #include "support.h"
 
-namespace {
 struct StorageKey;
-}
 
 // The storage opens itself to every Singleton, so one that is written here can look into it.
 template <>
@@ -20,13 +16,10 @@ class Vorn::Singleton<StorageKey, std::shared_ptr> {
 };
 
 namespace Common::Test {
-namespace {
 
 static_assert(!std::is_base_of_v<std::exception, Vorn::MissingInstance>);
-static_assert(std::is_base_of_v<std::exception, ApplicationErrorException>);
 
 struct Probe {
-  explicit Probe(std::string* result) : failureAtEnd(result) {}
   ~Probe() { *failureAtEnd = FailureOf(Access<Probe>::Get); }
 
   std::string* const failureAtEnd;
@@ -35,26 +28,20 @@ struct Probe {
 TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
   const auto& entries = Access<StorageKey>::Entries();
   EXPECT_TRUE(entries.empty());
-  EXPECT_EQ(FailureOf(Access<Probe>::Get), NoInstance);
   std::string failureAtEnd;
-  auto* const first = new Probe(&failureAtEnd);
+  auto* const first = new Probe{&failureAtEnd};
   auto owner = Access<Probe>::Create(first);
-  EXPECT_EQ(owner.use_count(), 1);
   EXPECT_EQ(entries, (std::map<std::size_t, void*>{{typeid(Access<Probe>).hash_code(), first}}));
-
-  std::string failureOfSecond;
   {
     const Access<Probe> accessor;
-    Probe second(&failureOfSecond);
+    Probe second{&failureAtEnd};
     EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(&second); }), DoubleInstancing);
   }
-  EXPECT_EQ(failureOfSecond, "none") << "the first service is still there";
+  EXPECT_EQ(failureAtEnd, "none") << "the first service is still there";
   EXPECT_EQ(Access<Probe>::Get(), first);
-
   owner.reset();
   EXPECT_EQ(failureAtEnd, NoInstance);
-  owner = Access<Probe>::Create(new Probe(&failureAtEnd));
-  EXPECT_NE(Access<Probe>::Get(), nullptr);
+  EXPECT_TRUE(entries.empty());
 }
 
 template <class Service>
@@ -79,18 +66,13 @@ TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
 
 TEST(Factories, CountCallsThatFail) {
   EXPECT_EQ(FailureOf(ManufactureSeedProvider), "SSeedProvider requires STimeProvider!");
-  WriteBytes("content/config/config.txt", "bad line\n");
-  EXPECT_EQ(FailureOf(ManufactureConfigFile), NoInstance) << "no log to report to";
   auto totem = Access<SMessageTotem>::Create(new SMessageTotem);
   EXPECT_EQ(FailureOf(ManufactureFrameUtility), DoubleInstancing);
-  EXPECT_NE(Access<SMessageTotem>::Get(), nullptr);
+  EXPECT_EQ(Access<SMessageTotem>::Get()->frameNumber.Read(), 0U);
   totem.reset();
-  std::filesystem::remove_all("content");
   const StoredClock clock;
   EXPECT_EQ(FailureOf(ManufactureSeedProvider), "Multiple instances of SSeedProvider");
-  EXPECT_EQ(FailureOf(ManufactureConfigFile), "Multiple instances of SCOnfigFile");
   EXPECT_EQ(FailureOf(ManufactureFrameUtility), "Multiple instaces of frame utility!");
 }
 
-}  // namespace
 }  // namespace Common::Test
