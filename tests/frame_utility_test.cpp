@@ -13,10 +13,9 @@ using Calls = std::vector<std::uint64_t>;
 
 static void Throw(std::uint64_t) { throw std::length_error("callback"); }
 
-class Frame : public testing::Test {
- protected:
+struct Frame : testing::Test {
   FrameCallback Note(std::uint64_t base = 0) {
-    return [this, base](std::uint64_t argument) { calls.push_back(base + argument); };
+    return [=, this](auto value) { calls.push_back(base + value); };
   }
 
   // The time is also the argument and the id.
@@ -32,7 +31,7 @@ class Frame : public testing::Test {
     return std::exchange(calls, {});
   }
 
-  // Reactors of one interval in the order of their addresses, each with a callback that notes.
+  // In the order of their addresses.
   std::vector<Reactor> MakeReactors(std::size_t count, std::uint64_t interval) {
     std::vector<Reactor> reactors(count);
     for (Reactor& reactor : reactors) (reactor = utility->CreateReactor(interval))->SetCallback(Note());
@@ -120,21 +119,18 @@ TEST_F(Frame, DelayedCallsRunInTheOrderOfScheduling) {
   ScheduleAt(102, Note(), 60);
   ScheduleAt(103, Note());
   EXPECT_EQ(TickAt(149), Calls{});
-  EXPECT_EQ(clock->readings, 4 + 1);
   EXPECT_EQ(TickAt(150), (Calls{100, 101}));
   EXPECT_EQ(clock->readings, 4 + 2) << "one for the whole queue";
   EXPECT_EQ(TickAt(99), (Calls{102, 103})) << "a clock set back wraps";
   clock.Remove();
-  EXPECT_EQ(FailureOf([&] { utility->ScheduleCall(Note(), 0, 0); }), NoInstance);
+  EXPECT_EQ(FailureOf([&] { utility->ScheduleCall(Throw, 0, 0); }), NoInstance);
   EXPECT_EQ(FailureOf([&] { utility->Tick(); }), NoInstance);
+  EXPECT_EQ(Access<SMessageTotem>::Get()->frameNumber.Read(), 4U) << "the edge stays applied";
   const StoredClock later;
-  utility->Tick();
-  EXPECT_TRUE(calls.empty()) << "nothing was queued";
-  EXPECT_EQ(Access<SMessageTotem>::Get()->frameNumber.Read(), 5U) << "the edge stays applied";
+  EXPECT_NO_THROW(utility->Tick()) << "nothing was queued";
 }
 
 TEST_F(Frame, DelayedCallThatFailsBlocksUntilItIsCancelled) {
-  utility->CancelCall(0);
   ScheduleAt(5, Note(), 1'000'000);
   ScheduleAt(6, Throw);
   ScheduleAt(7, nullptr);
@@ -151,11 +147,11 @@ TEST_F(Frame, DelayedCallThatFailsBlocksUntilItIsCancelled) {
 
 TEST_F(Frame, CallablesMayCallBackAtTheirEnd) {
   Reactor reactor = utility->CreateReactor(0);
-  std::function<void()> action = [] {};
+  std::function<void()> action;
   const auto atEnd = [&](void*) {
     for (int count = 0; count < 500; ++count) utility->ScheduleCall(Note(), 9, 0);
     utility->CancelCall(1);
-    action();
+    if (action) action();
   };
   const auto make = [&]() -> FrameCallback { return [end = std::shared_ptr<void>(nullptr, atEnd)](std::uint64_t) {}; };
   for (const std::uint64_t now : {1U, 1U, 2U}) ScheduleAt(now, make());
@@ -163,15 +159,15 @@ TEST_F(Frame, CallablesMayCallBackAtTheirEnd) {
   utility->CancelCall(1);
   EXPECT_EQ(TickAt(4).size(), 1000U);
   reactor->SetCallback(make());
-  action = [&] { reactor->SetCallback(Note()); };
+  action = [&] { reactor->SetCallback(make()); };
   reactor->Clear();
-  EXPECT_EQ(TickAt(5).size(), 500U + 500U + 1U) << "what the old one has set stays";
-  reactor->SetCallback(make());
-  ScheduleAt(6, make());
+  EXPECT_EQ(TickAt(5).size(), 1000U);
   action = [&] { reactor = nullptr; };
   reactor->Clear();
+  EXPECT_FALSE(reactor);
+  ScheduleAt(6, make());
   owner.reset();
-  EXPECT_TRUE(!reactor && calls.empty()) << "what waits is dropped";
+  EXPECT_TRUE(calls.empty()) << "what waits is dropped";
   EXPECT_EQ(FailureOf(Access<SMessageTotem>::Get), NoInstance);
 }
 
