@@ -1,4 +1,5 @@
 #include <common/config_file.h>
+#include <common/content_paths.h>
 
 #include "support.h"
 
@@ -6,43 +7,40 @@ namespace Common::Test {
 namespace {
 
 using Config::ConfigEntries;
-using Config::SConfigFile;
 using Errors = std::vector<std::string>;
+using namespace std::string_literals;
 
-const std::string MainFile = "content/config/config.txt";
-const std::string UserFile = "content/config/user.txt";
-const std::string MainFileError = "File '" + MainFile + "' write error.";
+const std::string MainFile = ConfigFolder + "/" + ConfigFileName;
+const std::string UserFile = ConfigFolder + "/" + UserConfigFileName;
 
-std::unique_ptr<SConfigFile> MakeStore() { return std::unique_ptr<SConfigFile>(ManufactureConfigFile()); }
+std::unique_ptr<Config::SConfigFile> MakeStore() {
+  return std::unique_ptr<Config::SConfigFile>(ManufactureConfigFile());
+}
 
-TEST(ConfigFile, LaysTheUserFileOverTheMainFileAndSavesToTheLatter) {
+std::string BadLine(const std::string& name, const std::string& number, const std::string& line) {
+  return "Syntax error reading configuration file: " + name + " at line: " + number + " content: " + line + ".";
+}
+
+TEST(ConfigFile, TakesTheUserFileFirstAndSavesAllToTheMainFile) {
   const StoredLog log;
   WriteBytes(MainFile, "# gone\r\nkept = 1\r\nsame = main\r\n");
   WriteBytes(UserFile, "same = user\nnew = 2");
   auto store = MakeStore();
-  EXPECT_EQ(log->errors,
-            Errors{"Syntax error reading configuration file: " + MainFile + " at line: 1 content: # gone."});
-  store->SetString("set", "by program");
-  EXPECT_EQ(store->GetString("same", ""), "user");
-  EXPECT_NE(ReadBytes(MainFile).find("gone"), std::string::npos) << "nothing is written unasked";
-  store->Save();
-  EXPECT_EQ(ReadBytes(MainFile), OnDisk("kept = 1\nnew = 2\nsame = user\nset = by program\n"));
-  EXPECT_EQ(ReadBytes(UserFile), "same = user\nnew = 2");
-}
-
-TEST(ConfigFile, AddsWhatIsAskedForAndSavesItAtItsEnd) {
-  std::filesystem::create_directories("content/config");
-  auto store = MakeStore();  // needs no log as long as there is nothing to report
+  EXPECT_EQ(log->errors, Errors{BadLine("content/config/config.txt", "1", "# gone")});
   EXPECT_EQ(store->FindString("missing"), std::nullopt);
   EXPECT_EQ(store->GetString("asked", "first"), "first");
   EXPECT_EQ(store->GetString("asked", "second"), "first");
-  store->SetString("empty", "");
-  EXPECT_EQ(store->GetString("empty", "default"), "");
+  store->SetString("kept", "");
+  EXPECT_EQ(store->GetString("kept", "default"), "");
   EXPECT_EQ(store->GetInt("number", -7), -7);
   EXPECT_EQ(store->GetInt("number", 1), -7);
-  EXPECT_FALSE(std::filesystem::exists(MainFile));
+  EXPECT_EQ(ReadBytes(MainFile).find("# gone"), 0U) << "nothing is written unasked";
+  store->Save();
+  EXPECT_EQ(ReadBytes(MainFile), OnDisk("asked = first\nkept = \nnew = 2\nnumber = -7\nsame = user\n"));
+  store->SetString("B", "at the end");
   store.reset();
-  EXPECT_EQ(ReadBytes(MainFile), OnDisk("asked = first\nempty = \nnumber = -7\n"));
+  EXPECT_EQ(ReadBytes(MainFile).find("B = at the end"), 0U);
+  EXPECT_EQ(ReadBytes(UserFile), "same = user\nnew = 2");
 }
 
 TEST(ConfigFile, LoadMovesTheTargetBeforeItReads) {
@@ -51,21 +49,16 @@ TEST(ConfigFile, LoadMovesTheTargetBeforeItReads) {
   WriteBytes("other.txt", "b = other\n");
   std::filesystem::create_directory("folder");
   auto store = MakeStore();
-  EXPECT_TRUE(store->Load("other.txt"));
-  store->Save();
-  EXPECT_EQ(ReadBytes("other.txt"), OnDisk("a = main\nb = other\n"));
-
-  EXPECT_EQ(FailureOf([&] { store->Load("folder"); }), "filesystem_error") << "there, but not to be read";
-  store->Save();
-  EXPECT_EQ(log->errors, Errors{"File 'folder' write error."});
-
-  EXPECT_TRUE(store->Load("missing.txt"));
-  const ConfigEntries apart{{"apart", "1"}};
-  store->WriteFile(apart, "apart.txt");
-  store.reset();
-  EXPECT_EQ(ReadBytes("missing.txt"), OnDisk("a = main\nb = other\n"));
+  for (const std::string path : {"other.txt", "missing.txt"}) {
+    EXPECT_TRUE(store->Load(path));
+    store->WriteFile({{"apart", "1"}}, "apart.txt");
+    store->Save();
+    EXPECT_EQ(ReadBytes(path), OnDisk("a = main\nb = other\n"));
+  }
   EXPECT_EQ(ReadBytes(MainFile), "a = main\nb = main\n");
-  EXPECT_EQ(ReadBytes("apart.txt"), OnDisk("apart = 1\n"));
+  EXPECT_EQ(FailureOf([&] { store->Load("folder"); }), "filesystem_error") << "there, but not to be read";
+  store.reset();
+  EXPECT_EQ(log->errors, Errors{"File 'folder' write error."});
 }
 
 TEST(ConfigFile, UnreadableFileEndsTheFactoryAndLosesNothing) {
@@ -81,41 +74,85 @@ TEST(ConfigFile, AsksForTheLogWhenAMessageIsDue) {
   store->SetString("a", "1");
   WriteBytes("bad.txt", "a = 2\nbad\n");
   EXPECT_EQ(FailureOf([&] { store->Save(); }), NoInstance);
-  EXPECT_EQ(FailureOf([&] { store->ParseContent("bad", "name"); }), NoInstance);
   EXPECT_EQ(FailureOf([&] { store->Load("bad.txt"); }), NoInstance);
   EXPECT_EQ(store->FindString("a"), "1");
   {
     const StoredLog log;
     store->Load(MainFile);
-    store->Save();
-    const auto path = Vorn::SharedPath::NewWrapped("no/folder.txt");
-    store->WriteFile({}, path);
-    EXPECT_TRUE(store->ReadFile(path).empty());
-    EXPECT_EQ(log->errors, (Errors{MainFileError, "File 'no/folder.txt' write error."}));
+    store->WriteFile({}, Vorn::SharedPath::NewWrapped("no/folder.txt"));
+    EXPECT_EQ(log->errors, Errors{"File 'no/folder.txt' write error."});
   }
   store.reset();  // cannot write and cannot say so
 }
 
-TEST(ConfigFile, ReportsAtItsEndThatItCannotSave) {
+TEST(ConfigFile, ReadsLineByLine) {
   const StoredLog log;
-  MakeStore().reset();
-  EXPECT_EQ(log->errors, Errors{MainFileError});
+  const auto store = MakeStore();
+  const std::string text =
+      "\xEF\xBB\xBFmark = 1\n\n\r\n\r\r\nclose=v\nwide \t\v\f\r= \t\v\f\rv \t\v\r\r\na/B\\c_9 = \"x\" = y\rz\n"
+      "twice = 1\nTwice = 2\ntwice = 3\n \t= no key\nbytes = \xC3\xBC\xFF\x01\nnul = v\0w\nnone =\r\nbad\0 = 1\r\n"
+      "\0bad = 1\n# comment\n[head]\n  \n indented = 1\nk.l = 1\nk-l = 1\nk l = 1\n\xE4 = 1\nbare\r\r\nlast = 1"s;
+  EXPECT_EQ(store->FormatEntries(store->ParseContent(text, "name")),
+            " = no key\nTwice = 2\na/B\\c_9 = \"x\" = y\rz\nbytes = \xC3\xBC\xFF\x01\nclose = v\nlast = 1\nnone = \n"
+            "nul = v\ntwice = 3\nwide = v \t\v\n");
+  EXPECT_EQ(store->FindString("last"), std::nullopt) << "the store stays as it was";
+  Errors errors{BadLine("name", "1", "\xEF\xBB\xBFmark = 1")};
+  int number = 15;
+  for (const std::string& line : {"bad\0 = 1"s, "\0bad = 1"s, "# comment"s, "[head]"s, "  "s, " indented = 1"s,
+                                  "k.l = 1"s, "k-l = 1"s, "k l = 1"s, "\xE4 = 1"s, "bare"s}) {
+    errors.push_back(BadLine("name", std::to_string(number++), line));
+  }
+  EXPECT_EQ(log->errors, errors);
 }
 
-TEST(ConfigFile, TakesPathsInUtf8) {
+TEST(ConfigFile, WritesSortedLinesUnderPathsInUtf8) {
   const StoredLog log;
-  const std::string name =
-      "h\xC3\xA4"
-      "fen_\xE6\xB8\xAF.txt";
+  const std::string name = "h\u00E4fen_\u6E2F.txt";
   const std::filesystem::path path(u8"h\u00E4fen_\u6E2F.txt");
-  auto store = MakeStore();
-  store->WriteFile({{"a.", "1"}, {"b", "2"}}, name);
-  EXPECT_EQ(ReadBytes(path), OnDisk("a. = 1\nb = 2\n"));
-  EXPECT_EQ(store->ReadFile(Vorn::SharedPath::NewWrapped(std::filesystem::path(path))), (ConfigEntries{{"b", "2"}}));
-  EXPECT_EQ(log->errors, Errors{"Syntax error reading configuration file: " + name + " at line: 1 content: a. = 1."});
-  store->Load(name);
-  store.reset();
-  EXPECT_EQ(ReadBytes(path), OnDisk("b = 2\n"));
+  const auto store = MakeStore();
+  const ConfigEntries entries{{"a", " = b\t "}, {"\xC3", "1"}, {"Z", ""}, {"aa", "v"}, {"", "\xFF"}};
+  const std::string text = " = \xFF\nZ = \na =  = b\t \naa = v\n\xC3 = 1\n";
+  EXPECT_EQ(store->FormatEntries(entries), text);
+  store->WriteFile(entries, name);
+  EXPECT_EQ(ReadBytes(path), OnDisk(text));
+  const ConfigEntries readBack{{"a", "= b\t "}, {"Z", ""}, {"aa", "v"}, {"", "\xFF"}};
+  EXPECT_EQ(store->ReadFile(Vorn::SharedPath::NewWrapped(std::filesystem::path(path))), readBack);
+  EXPECT_EQ(log->errors, Errors{BadLine(name, "5", "\xC3 = 1")});
+}
+
+TEST(ConfigFile, ReadsNumbersOnlyFromWholeTexts) {
+  const auto store = MakeStore();
+  const auto read = [&store](const std::string& text) {
+    store->SetString("n", text);
+    return store->GetInt("n", 42);
+  };
+  EXPECT_EQ(read("+007"), 7);
+  EXPECT_EQ(read("-0"), 0);
+  EXPECT_EQ(read("2147483647"), INT32_MAX);
+  EXPECT_EQ(read("-2147483648"), INT32_MIN);
+  for (const std::string& text : {"2147483648"s, "-2147483649"s, "4294967297"s, ""s, "+"s, "-+1"s, "1 "s, " 1"s, "1.0"s,
+                                  "1e3"s, "0x1"s, "1,000"s, "1\0"s}) {
+    EXPECT_EQ(read(text), 42) << text;
+    EXPECT_EQ(store->FindString("n"), text);
+  }
+  store->SetInt("n", INT32_MIN);
+  EXPECT_EQ(store->FindString("n"), "-2147483648");
+}
+
+TEST(ConfigFile, GroupsDigitsAsTheGlobalLocaleDoes) {
+  const StoredLog log;
+  const auto store = MakeStore();
+  GroupDigits();
+  store->SetInt("n", -1234567);
+  EXPECT_EQ(store->FindString("n"), "-1,234,567");
+  EXPECT_EQ(store->GetInt("n", 0), -1234567);
+  store->ParseContent(std::string(1233, '\n') + "bad", "name");
+  EXPECT_EQ(log->errors, Errors{BadLine("name", "1,234", "bad")});
+}
+
+TEST(ContentPaths, LieUnderTheirOwnFolders) {
+  EXPECT_EQ(AutosaveFolder, "content/models/autosave");
+  EXPECT_EQ(MeshCacheFolder, "content/mesh/cache");
 }
 
 }  // namespace
