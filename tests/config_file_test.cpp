@@ -6,26 +6,27 @@
 namespace Common::Test {
 namespace {
 
-using Config::ConfigEntries;
 using Errors = std::vector<std::string>;
 using namespace std::string_literals;
 
 const std::string MainFile = ConfigFolder + "/" + ConfigFileName;
 const std::string UserFile = ConfigFolder + "/" + UserConfigFileName;
 
-std::unique_ptr<Config::SConfigFile> MakeStore() {
-  return std::unique_ptr<Config::SConfigFile>(ManufactureConfigFile());
-}
-
 std::string BadLine(const std::string& name, const std::string& number, const std::string& line) {
   return "Syntax error reading configuration file: " + name + " at line: " + number + " content: " + line + ".";
 }
 
-TEST(ConfigFile, TakesTheUserFileFirstAndSavesAllToTheMainFile) {
-  const StoredLog log;
+struct ConfigFile : testing::Test {
+  void Start() { store.reset(ManufactureConfigFile()); }
+
+  StoredLog log;
+  std::unique_ptr<Config::SConfigFile> store;
+};
+
+TEST_F(ConfigFile, TakesTheUserFileFirstAndSavesAllToTheMainFile) {
   WriteBytes(MainFile, "# gone\r\nkept = 1\r\nsame = main\r\n");
   WriteBytes(UserFile, "same = user\nnew = 2");
-  auto store = MakeStore();
+  Start();
   EXPECT_EQ(log->errors, Errors{BadLine("content/config/config.txt", "1", "# gone")});
   EXPECT_EQ(store->FindString("missing"), std::nullopt);
   EXPECT_EQ(store->GetString("asked", "first"), "first");
@@ -43,25 +44,23 @@ TEST(ConfigFile, TakesTheUserFileFirstAndSavesAllToTheMainFile) {
   EXPECT_EQ(ReadBytes(UserFile), "same = user\nnew = 2");
 }
 
-TEST(ConfigFile, LoadMovesTheTargetBeforeItReads) {
-  const StoredLog log;
+TEST_F(ConfigFile, LoadMovesTheTargetBeforeItReads) {
   WriteBytes(MainFile, "a = main\nb = main\n");
   WriteBytes("other.txt", "b = other\n");
-  std::filesystem::create_directory("folder");
-  auto store = MakeStore();
-  for (const std::string path : {"other.txt", "missing.txt"}) {
+  Start();
+  for (const char* path : {"other.txt", "missing.txt"}) {
     EXPECT_TRUE(store->Load(path));
     store->WriteFile({{"apart", "1"}}, "apart.txt");
     store->Save();
     EXPECT_EQ(ReadBytes(path), OnDisk("a = main\nb = other\n"));
   }
   EXPECT_EQ(ReadBytes(MainFile), "a = main\nb = main\n");
-  EXPECT_EQ(FailureOf([&] { store->Load("folder"); }), "filesystem_error") << "there, but not to be read";
+  EXPECT_EQ(FailureOf([&] { store->Load("content"); }), "filesystem_error") << "there, but not to be read";
   store.reset();
-  EXPECT_EQ(log->errors, Errors{"File 'folder' write error."});
+  EXPECT_EQ(log->errors, Errors{"File 'content' write error."});
 }
 
-TEST(ConfigFile, UnreadableFileEndsTheFactoryAndLosesNothing) {
+TEST_F(ConfigFile, UnreadableFileEndsTheFactoryAndLosesNothing) {
   WriteBytes(MainFile, "a = main");
   std::filesystem::create_directory(UserFile);
   EXPECT_EQ(FailureOf(ManufactureConfigFile), "filesystem_error");
@@ -69,25 +68,22 @@ TEST(ConfigFile, UnreadableFileEndsTheFactoryAndLosesNothing) {
   EXPECT_EQ(FailureOf(ManufactureConfigFile), "Multiple instances of SCOnfigFile");
 }
 
-TEST(ConfigFile, AsksForTheLogWhenAMessageIsDue) {
-  auto store = MakeStore();
+TEST_F(ConfigFile, AsksForTheLogWhenAMessageIsDue) {
+  Start();
+  store->WriteFile({}, Vorn::SharedPath::NewWrapped("no/folder.txt"));
+  EXPECT_EQ(log->errors, Errors{"File 'no/folder.txt' write error."});
+  log.Remove();
   store->SetString("a", "1");
   WriteBytes("bad.txt", "a = 2\nbad\n");
   EXPECT_EQ(FailureOf([&] { store->Save(); }), NoInstance);
   EXPECT_EQ(FailureOf([&] { store->Load("bad.txt"); }), NoInstance);
   EXPECT_EQ(store->FindString("a"), "1");
-  {
-    const StoredLog log;
-    store->Load(MainFile);
-    store->WriteFile({}, Vorn::SharedPath::NewWrapped("no/folder.txt"));
-    EXPECT_EQ(log->errors, Errors{"File 'no/folder.txt' write error."});
-  }
+  store->Load(MainFile);
   store.reset();  // cannot write and cannot say so
 }
 
-TEST(ConfigFile, ReadsLineByLine) {
-  const StoredLog log;
-  const auto store = MakeStore();
+TEST_F(ConfigFile, ReadsLineByLine) {
+  Start();
   const std::string text =
       "\xEF\xBB\xBFmark = 1\n\n\r\n\r\r\nclose=v\nwide \t\v\f\r= \t\v\f\rv \t\v\r\r\na/B\\c_9 = \"x\" = y\rz\n"
       "twice = 1\nTwice = 2\ntwice = 3\n \t= no key\nbytes = \xC3\xBC\xFF\x01\nnul = v\0w\nnone =\r\nbad\0 = 1\r\n"
@@ -105,43 +101,32 @@ TEST(ConfigFile, ReadsLineByLine) {
   EXPECT_EQ(log->errors, errors);
 }
 
-TEST(ConfigFile, WritesSortedLinesUnderPathsInUtf8) {
-  const StoredLog log;
+TEST_F(ConfigFile, WritesSortedLinesUnderPathsInUtf8) {
+  Start();
   const std::string name = "h\u00E4fen_\u6E2F.txt";
   const std::filesystem::path path(u8"h\u00E4fen_\u6E2F.txt");
-  const auto store = MakeStore();
-  const ConfigEntries entries{{"a", " = b\t "}, {"\xC3", "1"}, {"Z", ""}, {"aa", "v"}, {"", "\xFF"}};
-  const std::string text = " = \xFF\nZ = \na =  = b\t \naa = v\n\xC3 = 1\n";
-  EXPECT_EQ(store->FormatEntries(entries), text);
-  store->WriteFile(entries, name);
-  EXPECT_EQ(ReadBytes(path), OnDisk(text));
-  const ConfigEntries readBack{{"a", "= b\t "}, {"Z", ""}, {"aa", "v"}, {"", "\xFF"}};
+  store->WriteFile({{"a", " = b\t "}, {"\xC3", "1"}, {"Z", ""}, {"aa", "v"}, {"", "\xFF"}}, name);
+  EXPECT_EQ(ReadBytes(path), OnDisk(" = \xFF\nZ = \na =  = b\t \naa = v\n\xC3 = 1\n"));
+  const Config::ConfigEntries readBack{{"a", "= b\t "}, {"Z", ""}, {"aa", "v"}, {"", "\xFF"}};
   EXPECT_EQ(store->ReadFile(Vorn::SharedPath::NewWrapped(std::filesystem::path(path))), readBack);
   EXPECT_EQ(log->errors, Errors{BadLine(name, "5", "\xC3 = 1")});
 }
 
-TEST(ConfigFile, ReadsNumbersOnlyFromWholeTexts) {
-  const auto store = MakeStore();
-  const auto read = [&store](const std::string& text) {
+TEST_F(ConfigFile, ConvertsWholeNumbersAsTheGlobalLocaleDoes) {
+  Start();
+  for (const char* text :
+       {"2147483648", "-2147483649", "4294967297", "", "+", "-+1", "1 ", " 1", "1.0", "1e3", "0x1", "1,000"}) {
     store->SetString("n", text);
-    return store->GetInt("n", 42);
-  };
-  EXPECT_EQ(read("+007"), 7);
-  EXPECT_EQ(read("-0"), 0);
-  EXPECT_EQ(read("2147483647"), INT32_MAX);
-  EXPECT_EQ(read("-2147483648"), INT32_MIN);
-  for (const std::string& text : {"2147483648"s, "-2147483649"s, "4294967297"s, ""s, "+"s, "-+1"s, "1 "s, " 1"s, "1.0"s,
-                                  "1e3"s, "0x1"s, "1,000"s, "1\0"s}) {
-    EXPECT_EQ(read(text), 42) << text;
+    EXPECT_EQ(store->GetInt("n", 42), 42) << text;
     EXPECT_EQ(store->FindString("n"), text);
   }
-  store->SetInt("n", INT32_MIN);
-  EXPECT_EQ(store->FindString("n"), "-2147483648");
-}
-
-TEST(ConfigFile, GroupsDigitsAsTheGlobalLocaleDoes) {
-  const StoredLog log;
-  const auto store = MakeStore();
+  for (const std::int32_t number : {INT32_MIN, 0, INT32_MAX}) {
+    store->SetInt("n", number);
+    EXPECT_EQ(store->FindString("n"), std::to_string(number));
+    EXPECT_EQ(store->GetInt("n", 42), number);
+  }
+  store->SetString("n", "+007");
+  EXPECT_EQ(store->GetInt("n", 42), 7);
   GroupDigits();
   store->SetInt("n", -1234567);
   EXPECT_EQ(store->FindString("n"), "-1,234,567");
@@ -150,10 +135,7 @@ TEST(ConfigFile, GroupsDigitsAsTheGlobalLocaleDoes) {
   EXPECT_EQ(log->errors, Errors{BadLine("name", "1,234", "bad")});
 }
 
-TEST(ContentPaths, LieUnderTheirOwnFolders) {
-  EXPECT_EQ(AutosaveFolder, "content/models/autosave");
-  EXPECT_EQ(MeshCacheFolder, "content/mesh/cache");
-}
+TEST(ContentPaths, LieUnderTheirOwnFolders) { EXPECT_EQ(AutosaveFolder, "content/models/autosave"); }
 
 }  // namespace
 }  // namespace Common::Test

@@ -21,22 +21,20 @@ std::string Block(const std::string& name, const std::string& rows) {
 }
 
 TEST_F(PerformanceProfiler, ReportsEachRecordToTheByte) {
-  const std::string name = "Z\t/h\u00E4fen";
-  WriteBytes("long.txt", std::string(1000, 'x'));
   profiler->OpenAccumulator("\xC3");
-  *profiler->OpenAccumulator(name).records = {{true, name, 9, 1'500'000, 3, 2},
-                                              {false, "", 9, 1, 0, 1},
-                                              {true, "b", 9, 16'777'217, 0, 0},
-                                              {true, "", 9, UINT64_MAX, 0, 0},
-                                              {true, "c", 9, 1'000'000'000'000, 0, 0}};
-  for (const std::string path : {"long.txt", "h\u00E4fen.txt"}) profiler->WriteReport(path);
-  const std::string rows = name + "/" + name + "\t1500000\t1.5\t2\t3\n" + name + "/\t1\t1e-06\t1\t0\n" + name +
-                           "/b\t16777217\t16.7772\t0\t0\n" + name + "/\t18446744073709551615\t1.84467e+13\t0\t0\n" +
-                           name + "/c\t1000000000000\t1e+06\t0\t0\n";
-  const std::string report =
-      Block(name, rows) + Block("a", "a/a\t0\t0\t0\t0\n") + Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n");
-  EXPECT_EQ(ReadBytes("long.txt"), OnDisk(report + "\n"));
-  EXPECT_EQ(ReadBytes(u8"h\u00E4fen.txt"), OnDisk(report + "\n"));
+  *profiler->OpenAccumulator("Z\t/z").records = {{true, "Z\t/z", 9, 1'500'000, 3, 2},
+                                                 {false, "", 9, 1, 0, 1},
+                                                 {true, "b", 9, 16'777'217, 0, 0},
+                                                 {true, "", 9, UINT64_MAX, 0, 0},
+                                                 {true, "c", 9, 1'000'000'000'000, 0, 0}};
+  WriteBytes("long.txt", std::string(1000, 'x'));
+  for (const char* path : {"long.txt", "h\u00E4fen.txt"}) profiler->WriteReport(path);
+  const std::string rows =
+      "Z\t/z/Z\t/z\t1500000\t1.5\t2\t3\nZ\t/z/\t1\t1e-06\t1\t0\nZ\t/z/b\t16777217\t16.7772\t0\t0\n"
+      "Z\t/z/\t18446744073709551615\t1.84467e+13\t0\t0\nZ\t/z/c\t1000000000000\t1e+06\t0\t0\n";
+  EXPECT_EQ(ReadBytes("long.txt"), OnDisk(Block("Z\t/z", rows) + Block("a", "a/a\t0\t0\t0\t0\n") +
+                                          Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n") + "\n"));
+  EXPECT_EQ(ReadBytes(u8"h\u00E4fen.txt"), ReadBytes("long.txt"));
 }
 
 TEST_F(PerformanceProfiler, ReportsToTheDefaultPathAndAtItsEnd) {
@@ -87,23 +85,19 @@ TEST_F(PerformanceProfiler, GoesOnToFurtherRecordsWithoutAGap) {
   EXPECT_EQ(records[0].calls, 3U) << "through a handle from before the array grew";
 }
 
-TEST_F(PerformanceProfiler, StopsAMeasurementWithItsScope) {
-  try {
-    ScopedMeasurement measurement(handle);
+TEST_F(PerformanceProfiler, StopsWithTheScopeAndAddsUpWhatMeasuringMeasuringCosts) {
+  const auto throwWhileMeasuring = [this] {
+    ScopedMeasurement measurement(profiler->OpenAccumulator("a"));
     measurement.GoOnTo("b");
     throw std::runtime_error("a phase failed");
-  } catch (const std::runtime_error&) {
-    EXPECT_TRUE(records[0].idle && records[1].idle);
-    EXPECT_EQ(records[1].calls, 1U);
-  }
-}
-
-TEST_F(PerformanceProfiler, AddsUpWhatMeasuringCosts) {
+  };
   std::uint64_t costOfThousand = 0;
   for (int call = 1; call <= 2000; ++call) {
-    profiler->OpenAccumulator("a").Stop();
+    EXPECT_THROW(throwWhileMeasuring(), std::runtime_error);
     if (call == 1000) costOfThousand = records[0].measureCost;
   }
+  EXPECT_TRUE(records[0].idle && records[1].idle);
+  EXPECT_EQ(records[1].calls, 2000U);
   EXPECT_GT(costOfThousand, 0U);
   EXPECT_EQ(records[0].measureCost, 2 * costOfThousand);
 }
