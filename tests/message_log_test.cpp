@@ -1,8 +1,8 @@
 #include <common/message_log.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <ctime>
 #include <iomanip>
 #include <iostream>
 #include <regex>
@@ -36,7 +36,7 @@ std::string Archive() {
 
 std::string Lines(int count) {
   std::string lines;
-  for (; count > 0; --count) lines += "T x\n";
+  while (count-- > 0) lines += "T x\n";
   return lines;
 }
 
@@ -71,16 +71,13 @@ TEST_F(MessageLog, StampsEachLineAndSendsItToItsStream) {
   log->SetLiveOutput(true);
   const std::string before = LocalTime();
   log->LogError("");
-  const std::string after = LocalTime();
+  const std::string stamp = err.Text().substr(7, before.size());
+  EXPECT_LE(before, stamp);
+  EXPECT_LE(stamp, LocalTime());
   log->LogWarning(" two\nlines ");
   log->LogMessage("ERROR: \xFF\n");
   log->AddSideLine("aside");
   EXPECT_EQ(log->SideLines(), std::vector<std::string>{"aside\n"});
-  log->ClearSideLines();
-  EXPECT_TRUE(log->SideLines().empty());
-  const std::string stamp = err.Text().substr(7, before.size());
-  EXPECT_LE(before, stamp);
-  EXPECT_LE(stamp, after);
   EXPECT_TRUE(fs::is_empty("."));
   log.reset();
   const std::string errors = "ERROR: T \n", others = "WARNING: T  two\nlines \nT ERROR: \xFF\n\n";
@@ -95,8 +92,8 @@ TEST_F(MessageLog, WritesBatchesWhileItIsLive) {
   Add(1200);
   log->SetLiveOutput(true);
   EXPECT_FALSE(fs::exists(LogName));
-  Add(1);
   EXPECT_EQ(Archive(), "previous\n");
+  Add(1);
   EXPECT_EQ(WithoutTimes(out.Text()), Lines(1));
   Add(499);
   EXPECT_EQ(FileText(), OnDisk(Header + Lines(1201)));
@@ -106,8 +103,8 @@ TEST_F(MessageLog, WritesBatchesWhileItIsLive) {
   fs::create_directory("elsewhere");
   fs::current_path("elsewhere");
   Add(1);
+  EXPECT_EQ(FileText(fs::path("..") / other), "kept\n" + OnDisk(Lines(500)));
   fs::current_path("..");
-  EXPECT_EQ(FileText(other), "kept\n" + OnDisk(Lines(500)));
   log->SetLogFile((fs::current_path() / "empty.txt").string());
   log.reset();
   EXPECT_TRUE(fs::is_empty("empty.txt"));
@@ -115,30 +112,26 @@ TEST_F(MessageLog, WritesBatchesWhileItIsLive) {
 
 TEST_F(MessageLog, TakesLinesFromSeveralThreads) {
   Start(true);
-  std::vector<std::thread> threads;
-  for (const char name : {'a', 'b', 'c', 'd'}) {
-    threads.emplace_back([this, text = std::string(50, name)] {
-      for (int line = 1; line <= 1000; ++line) log->LogMessage(text + std::to_string(line));
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  const auto addLines = [this](const std::string& text) {
+    for (int line = 0; line < 1000; ++line) log->LogMessage(text);
+  };
+  std::thread thread(addLines, std::string(50, 'a'));
+  addLines(std::string(50, 'b'));
+  thread.join();
   log.reset();
   std::istringstream lines(WithoutTimes(out.Text()));
   EXPECT_EQ(FileText(), OnDisk(Header + lines.str()));
-  std::map<char, int> counts;
-  for (std::string line; std::getline(lines, line);) {
-    const char name = line.at(2);
-    EXPECT_EQ(line, "T " + std::string(50, name) + std::to_string(++counts[name]));
-  }
-  EXPECT_EQ(counts, (std::map<char, int>{{'a', 1000}, {'b', 1000}, {'c', 1000}, {'d', 1000}}));
+  std::map<std::string, int> counts;
+  for (std::string line; std::getline(lines, line);) ++counts[line];
+  EXPECT_EQ(counts,
+            (std::map<std::string, int>{{"T " + std::string(50, 'a'), 1000}, {"T " + std::string(50, 'b'), 1000}}));
 }
 
 TEST_F(MessageLog, KeepsToItselfWhatTheStreamsOfAHostThrow) {
-  struct : std::streambuf {
-  } refusing;
+  std::filebuf closed;
   Start(true);
   for (std::ostream* const stream : {&std::cout, &std::cerr}) {
-    stream->rdbuf(&refusing);
+    stream->rdbuf(&closed);
     stream->exceptions(std::ios::badbit);
   }
   log->SetLogFile("no/folder.txt");
@@ -153,8 +146,7 @@ TEST_F(MessageLog, KeepsToItselfWhatTheStreamsOfAHostThrow) {
 // A host's own way to write a date, which differs from call to call.
 struct CountingDate : std::time_put<char> {
   iter_type do_put(iter_type to, std::ios_base&, char, const std::tm*, char, char) const override {
-    const std::string text = "date " + std::to_string(++calls);
-    return std::copy(text.begin(), text.end(), to);
+    return std::fill_n(to, ++calls, '#');
   }
   mutable int calls = 0;
 };
@@ -167,35 +159,28 @@ TEST_F(MessageLog, StampsFollowTheSecondAndTheGlobalLocale) {
     return out.Text().substr(before);
   };
   const std::string first = nextLine();
-  std::string later;
-  do {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    later = LocalTime();
-  } while (first.starts_with(later));
-  EXPECT_GE(nextLine(), later);
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  EXPECT_GT(nextLine(), first);
   for (int round = 0; round < 2; ++round) {
     std::locale::global(std::locale(std::locale::classic(), new CountingDate));
     const std::string line = nextLine();
-    EXPECT_TRUE(line.starts_with("date 1")) << line;
+    EXPECT_EQ(line.find_first_not_of('#'), 1U);
     EXPECT_NE(nextLine(), line);
   }
   std::locale::global(std::locale::classic());
   EXPECT_EQ(WithoutTimes(nextLine()), Lines(1));
 }
 
-// Runs after an earlier run.
-struct LogRotation : MessageLog {
-  LogRotation() { WriteBytes(LogName, "previous\n"); }
-};
-
-TEST_F(LogRotation, AddsToTheArchive) {
+TEST_F(MessageLog, AddsThePreviousLogToTheArchive) {
+  WriteBytes(LogName, "previous\n");
   WriteBytes("old_logs/earlier.txt", "previous\n");
   Start(true);
   EXPECT_EQ(Archive(), "previous\nprevious\n");
   EXPECT_FALSE(fs::exists(LogName));
 }
 
-TEST_F(LogRotation, DropsThePreviousLogWhereAFileStandsForTheArchive) {
+TEST_F(MessageLog, DropsThePreviousLogWhereAFileStandsForTheArchive) {
+  WriteBytes(LogName, "previous\n");
   WriteBytes("old_logs", "a file\n");
   Start(true);
   EXPECT_EQ(ReadBytes("old_logs"), "a file\n");
@@ -203,7 +188,8 @@ TEST_F(LogRotation, DropsThePreviousLogWhereAFileStandsForTheArchive) {
   EXPECT_EQ(FileText(), OnDisk(Header));
 }
 
-TEST_F(LogRotation, ThatFailsLeavesALogWithoutTarget) {
+TEST_F(MessageLog, HasNoTargetAfterAFailedRotation) {
+  WriteBytes(LogName, "previous\n");
 #ifdef _WIN32
   const std::ifstream reader(LogName);  // keeps the file from being renamed
 #else
