@@ -1,8 +1,6 @@
 #include <common/message_log.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <regex>
@@ -19,8 +17,6 @@ const std::string LogName = "zeb_log.txt";
 const std::string Dashes(37, '-');
 const std::string Header = "T " + Dashes + "\nT ZEB Log: T\nT " + Dashes + "\n";
 
-std::string OpenFailure(const std::string& path) { return "Failed to open log file for writing: " + path + "\n"; }
-
 // The text with each time stamp cut down to a T.
 std::string WithoutTimes(const std::string& text) {
   return std::regex_replace(text, std::regex(R"(\d{4}-[01]\d-[0-3]\d, [012]\d:[0-5]\d:[0-6]\d:)"), "T");
@@ -28,27 +24,20 @@ std::string WithoutTimes(const std::string& text) {
 
 std::string FileText(const fs::path& path = LogName) { return WithoutTimes(ReadBytes(path)); }
 
-std::string Lines(int count) {
-  std::string lines;
-  while (count-- > 0) lines += "T x\n";
-  return lines;
-}
+std::string Lines(int count) { return count == 0 ? "" : Lines(count - 1) + "T x\n"; }
 
 std::string LocalTime() {
   const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  std::ostringstream text;
-  text << std::put_time(std::localtime(&now), "%Y-%m-%d, %H:%M:%S:");
-  return text.str();
+  return (std::ostringstream() << std::put_time(std::localtime(&now), "%Y-%m-%d, %H:%M:%S:")).str();
 }
 
-// Runs with captured console streams.
 struct MessageLog : testing::Test {
   void Start(bool live) {
     log.reset(Log::ManufactureMessageLog());
     log->SetLiveOutput(live);
   }
-  void Add(int count) {
-    while (count-- > 0) log->LogMessage("x");
+  void Add(int count, const std::string& text = "x") {
+    while (count-- > 0) log->LogMessage(text);
   }
 
   const Capture out{std::cout}, err{std::cerr};
@@ -56,13 +45,7 @@ struct MessageLog : testing::Test {
 };
 
 TEST_F(MessageLog, StampsEachLineAndSendsItToItsStream) {
-#ifndef _WIN32
-  setenv("TZ", "TST-05:45", 1);
-  tzset();
-#endif
-  Start(false);
-  log->LogError("not live");
-  log->SetLiveOutput(true);
+  Start(true);
   const std::string before = LocalTime();
   log->LogError("");
   const std::string stamp = err.Text().substr(7, before.size());
@@ -77,7 +60,7 @@ TEST_F(MessageLog, StampsEachLineAndSendsItToItsStream) {
   const std::string errors = "ERROR: T \n", others = "WARNING: T  two\nlines \nT ERROR: \xFF\n\n";
   EXPECT_EQ(WithoutTimes(err.Text()), errors);
   EXPECT_EQ(WithoutTimes(out.Text()), others);
-  EXPECT_EQ(FileText(), OnDisk(Header + "ERROR: T not live\n" + errors + others));
+  EXPECT_EQ(FileText(), OnDisk(Header + errors + others));
 }
 
 TEST_F(MessageLog, WritesBatchesWhileItIsLive) {
@@ -102,11 +85,8 @@ TEST_F(MessageLog, WritesBatchesWhileItIsLive) {
 
 TEST_F(MessageLog, TakesLinesFromSeveralThreads) {
   Start(true);
-  const auto addLines = [this](const std::string& text) {
-    for (int line = 0; line < 1000; ++line) log->LogMessage(text);
-  };
-  std::thread thread(addLines, std::string(50, 'a'));
-  addLines(std::string(50, 'b'));
+  std::thread thread([this] { Add(1000, std::string(50, 'a')); });
+  Add(1000, std::string(50, 'b'));
   thread.join();
   log.reset();
   const std::string lines = WithoutTimes(out.Text());
@@ -127,9 +107,8 @@ TEST_F(MessageLog, KeepsToItselfWhatTheStreamsOfAHostThrow) {
   EXPECT_NO_THROW(Add(497));
   log->SetLogFile(LogName);
   EXPECT_NO_THROW(log->LogError("x"));
-  EXPECT_NO_THROW(log->LogMessage("x"));
   log.reset();
-  EXPECT_EQ(FileText(), OnDisk("ERROR: T x\nT x\n"));
+  EXPECT_EQ(FileText(), OnDisk("ERROR: T x\n"));
 }
 
 // A host's own way to write a date, which differs from call to call.
@@ -142,22 +121,17 @@ struct CountingDate : std::time_put<char> {
 
 TEST_F(MessageLog, StampsFollowTheSecondAndTheGlobalLocale) {
   Start(true);
-  const auto nextLine = [this] {
-    const std::size_t before = out.Text().size();
-    Add(1);
-    return out.Text().substr(before);
-  };
-  const std::string first = nextLine();
+  Add(1);
   std::this_thread::sleep_for(std::chrono::seconds(1));
-  EXPECT_GT(nextLine(), first);
-  for (int round = 0; round < 2; ++round) {
-    std::locale::global(std::locale(std::locale::classic(), new CountingDate));
-    const std::string line = nextLine();
-    EXPECT_EQ(line.find_first_not_of('#'), 1U);
-    EXPECT_NE(nextLine(), line);
-  }
+  Add(1);
+  std::locale::global(std::locale(std::locale::classic(), new CountingDate));
+  Add(2);
   std::locale::global(std::locale::classic());
-  EXPECT_EQ(WithoutTimes(nextLine()), Lines(1));
+  Add(1);
+  const std::string lines = out.Text();
+  const std::size_t lineSize = lines.find('\n') + 1;
+  EXPECT_LT(lines.substr(0, lineSize), lines.substr(lineSize, lineSize));
+  EXPECT_TRUE(std::regex_match(WithoutTimes(lines), std::regex("(T x\n){2}#\\W+#.* x\n###.* x\nT x\n"))) << lines;
 }
 
 TEST_F(MessageLog, AddsThePreviousLogToTheArchive) {
@@ -185,16 +159,15 @@ TEST_F(MessageLog, HasNoTargetAfterAFailedRotation) {
   fs::create_directory_symlink("/proc", "old_logs");  // there, but nothing can be moved into it
 #endif
   Start(true);
-  Add(499);
-  EXPECT_EQ(err.Text(), "");
-  Add(1);
-  EXPECT_EQ(err.Text(), OpenFailure(""));
+  Add(500);
+  const std::string failure = "Failed to open log file for writing: ";
+  EXPECT_EQ(err.Text(), failure + "\n");
   log->SetLogFile("healed.txt");
   Add(500);
   EXPECT_EQ(FileText("healed.txt"), OnDisk(Lines(500)));
   log->SetLogFile("no/folder.txt");
   log.reset();
-  EXPECT_EQ(err.Text(), OpenFailure("") + OpenFailure((fs::current_path() / "no/folder.txt").string()));
+  EXPECT_EQ(err.Text(), failure + "\n" + failure + (fs::current_path() / "no/folder.txt").string() + "\n");
   EXPECT_EQ(ReadBytes(LogName), "previous\n");
 }
 
