@@ -162,12 +162,13 @@ TEST_F(MessageLog, HasNoTargetAfterAFailedRotation) {
   Add(500);
   const std::string failure = "Failed to open log file for writing: ";
   EXPECT_EQ(err.Text(), failure + "\n");
-  log->SetLogFile("healed.txt");
-  Add(500);
-  EXPECT_EQ(FileText("healed.txt"), OnDisk(Lines(500)));
   log->SetLogFile("no/folder.txt");
-  log.reset();
+  Add(500);
   EXPECT_EQ(err.Text(), failure + "\n" + failure + (fs::current_path() / "no/folder.txt").string() + "\n");
+  log->SetLogFile("healed.txt");
+  Add(499);
+  log.reset();
+  EXPECT_EQ(FileText("healed.txt"), OnDisk(Lines(499)));
   EXPECT_EQ(ReadBytes(LogName), "previous\n");
 }
 
