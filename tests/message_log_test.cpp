@@ -85,15 +85,15 @@ TEST_F(MessageLog, WritesBatchesWhileItIsLive) {
 
 TEST_F(MessageLog, TakesLinesFromSeveralThreads) {
   Start(true);
-  std::thread thread([this] { Add(1000, std::string(50, 'a')); });
-  Add(1000, std::string(50, 'b'));
+  std::thread thread([this] { Add(10000, std::string(50, 'a')); });
+  Add(10000, std::string(50, 'b'));
   thread.join();
   log.reset();
   const std::string lines = WithoutTimes(out.Text());
   EXPECT_EQ(FileText(), OnDisk(Header + lines));
   std::string letters = std::regex_replace(lines, std::regex("T (.)\\1{49}\n"), "$1");
   std::sort(letters.begin(), letters.end());
-  EXPECT_EQ(letters, std::string(1000, 'a') + std::string(1000, 'b'));
+  EXPECT_EQ(letters, std::string(10000, 'a') + std::string(10000, 'b'));
 }
 
 TEST_F(MessageLog, KeepsToItselfWhatTheStreamsOfAHostThrow) {

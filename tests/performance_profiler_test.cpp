@@ -17,15 +17,12 @@ std::string Block(const std::string& name, const std::string& rows) {
 
 TEST_F(PerformanceProfiler, ReportsEachRecordToTheByte) {
   profiler->OpenAccumulator("\xC3");
-  *profiler->OpenAccumulator("Z\t/z").records = {{true, "Z\t/z", 9, 1'500'000, 3, 2},
-                                                 {false, "", 9, 1, 0, 1},
-                                                 {true, "b", 9, 16'777'550, 0, 0},
-                                                 {true, "c", 9, 1'000'000'000'000, 0, 0}};
+  *profiler->OpenAccumulator("Z\t/z").records = {
+      {true, "Z\t/z", 9, 1'500'000, 3, 2}, {false, "", 9, 1, 0, 1}, {true, "b", 9, 16'777'550, 0, 0}};
   WriteBytes(u8"h\u00E4fen.txt", std::string(1000, 'x'));
   profiler->WriteReport("h\u00E4fen.txt");
   const std::string rows =
-      "Z\t/z/Z\t/z\t1500000\t1.5\t2\t3\nZ\t/z/\t1\t1e-06\t1\t0\nZ\t/z/b\t16777550\t16.7775\t0\t0\n"
-      "Z\t/z/c\t1000000000000\t1e+06\t0\t0\n";
+      "Z\t/z/Z\t/z\t1500000\t1.5\t2\t3\nZ\t/z/\t1\t1e-06\t1\t0\nZ\t/z/b\t16777550\t16.7775\t0\t0\n";
   EXPECT_EQ(ReadBytes(u8"h\u00E4fen.txt"), OnDisk(Block("Z\t/z", rows) + Block("a", "a/a\t0\t0\t0\t0\n") +
                                                   Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n") + "\n"));
 }
