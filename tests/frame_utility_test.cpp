@@ -46,23 +46,25 @@ struct Frame : testing::Test {
 };
 
 TEST_F(Frame, EdgeMakesCurrentWhatWasWritten) {
-  auto& [number, one, four, fourBefore, two, twelve, three, eight] = *Access<SMessageTotem>::Get();
-  const auto current = [&] {
-    const unsigned wide = four.Read().parts[1] + twelve.Read().parts[2] + eight.Read().parts[1];
-    return Calls{number.Read(), fourBefore.Read().parts[1], wide, 0U + one.Read() + two.Read() + three.Read()};
+  SMessageTotem& totem = *Access<SMessageTotem>::Get();
+  const auto current = [&totem] {
+    const unsigned bytes = totem.byteOne.Read() + totem.byteTwo.Read() + totem.byteThree.Read();
+    const unsigned wide = totem.twelveByteValue.Read().parts[2] + totem.eightByteValue.Read().parts[1];
+    const unsigned before = totem.fourByteValuePrevious.Read().parts[1];
+    return Calls{totem.frameNumber.Read(), before, totem.fourByteValue.Read().parts[1], bytes, wide};
   };
-  number.Write(70);
-  fourBefore.Write({{70, 70}});
-  one.Write(70);
-  for (auto* byte : {&one, &two, &three}) byte->Write(5);
-  four.Write({{0, 1}});
-  twelve.Write({{0, 0, 10}});
-  eight.Write({{0, 100}});
-  EXPECT_EQ(current(), (Calls{0, 0, 0, 0}));
+  totem.frameNumber.Write(70);
+  totem.fourByteValuePrevious.Write({{70, 70}});
+  totem.byteOne.Write(70);
+  for (auto* byte : {&totem.byteOne, &totem.byteTwo, &totem.byteThree}) byte->Write(5);
+  totem.fourByteValue.Write({{0, 4}});
+  totem.twelveByteValue.Write({{0, 0, 10}});
+  totem.eightByteValue.Write({{0, 100}});
+  EXPECT_EQ(current(), Calls(5));
   TickAt(0);
-  EXPECT_EQ(current(), (Calls{1, 0, 111, 15}));
+  EXPECT_EQ(current(), (Calls{1, 0, 4, 15, 110}));
   TickAt(0);
-  EXPECT_EQ(current(), (Calls{2, 1, 111, 15}));
+  EXPECT_EQ(current(), (Calls{2, 4, 4, 15, 110}));
 }
 
 TEST_F(Frame, ReactorsRunInTheOrderOfTheirAddresses) {
