@@ -149,8 +149,10 @@ TEST_F(Frame, DelayedCallThatFailsBlocksUntilItIsCancelled) {
 TEST_F(Frame, CallablesMayCallBackAtTheirEnd) {
   Reactor reactor = utility->CreateReactor(0);
   std::function<void()> action;
+  const auto alive = std::make_shared<int>();
+  const FrameCallback note = [this, alive](std::uint64_t) { calls.push_back(9); };
   const auto atEnd = [&](void*) {
-    for (int count = 0; count < 500; ++count) utility->ScheduleCall(Note(), 9, 0);
+    for (int count = 0; count < 500; ++count) utility->ScheduleCall(note, 0, 0);
     utility->CancelCall(1);
     if (action) action();
   };
@@ -167,7 +169,7 @@ TEST_F(Frame, CallablesMayCallBackAtTheirEnd) {
   reactor->Clear();
   ScheduleAt(6, make());
   owner.reset();
-  EXPECT_TRUE(!reactor && calls.empty()) << "what waits is dropped";
+  EXPECT_TRUE(!reactor && calls.empty() && alive.use_count() == 2) << "what waits is dropped";
   EXPECT_EQ(FailureOf(Access<SMessageTotem>::Get), NoInstance);
 }
 
