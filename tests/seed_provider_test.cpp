@@ -14,7 +14,7 @@ TEST(SeedProvider, MixesReadingsOfTheClockUntilASeedIsSet) {
   EXPECT_EQ(nextTwo(), (Pair{287108899993025510U, 292738485425273810U}));
   EXPECT_EQ(clock->readings, 8) << "one a step";
   clock.Remove();
-  for (const std::uint64_t seed : {1, 0, 1}) seeds->SetSeed(seed);
+  for (const std::uint64_t seed : {1U, 0U, 1U}) seeds->SetSeed(seed);
   EXPECT_EQ(nextTwo(), (Pair{12611081982597786077U, 15223784524874362603U}));
   EXPECT_EQ(nextTwo(), (Pair{5600678109580786373U, 9179551698695605161U}));
   seeds->SetSeed(6098277594740742035U);  // its modulus is zero

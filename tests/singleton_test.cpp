@@ -20,6 +20,7 @@ namespace Common::Test {
 static_assert(!std::is_base_of_v<std::exception, Vorn::MissingInstance>);
 
 struct Probe {
+  explicit Probe(std::string* failure) : failureAtEnd(failure) {}
   ~Probe() { *failureAtEnd = FailureOf(Access<Probe>::Get); }
 
   std::string* const failureAtEnd;
@@ -29,39 +30,31 @@ TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
   const auto& entries = Access<StorageKey>::Entries();
   EXPECT_TRUE(entries.empty());
   std::string failureAtEnd;
-  auto* const first = new Probe{&failureAtEnd};
+  auto* const first = new Probe(&failureAtEnd);
   auto owner = Access<Probe>::Create(first);
   EXPECT_EQ(entries, (std::map<std::size_t, void*>{{typeid(Access<Probe>).hash_code(), first}}));
-  {
-    const Access<Probe> accessor;
-    Probe second{&failureAtEnd};
-    EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(&second); }), DoubleInstancing);
-  }
+  EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(std::make_unique<Probe>(&failureAtEnd).get()); }), DoubleInstancing);
   EXPECT_EQ(failureAtEnd, "none") << "the first service is still there";
-  EXPECT_EQ(Access<Probe>::Get(), first);
+  Access<Probe>();
+  EXPECT_EQ(Access<Probe>::Get(), first) << "an accessor leaves it";
   owner.reset();
   EXPECT_EQ(failureAtEnd, NoInstance);
   EXPECT_TRUE(entries.empty());
 }
 
-template <class Service>
-void ExpectOneCall(Service* (*manufacture)(), const std::string& failure, std::size_t entriesMade = 0) {
-  const std::size_t entries = Access<StorageKey>::Entries().size();
-  std::unique_ptr<Service> service(manufacture());
-  EXPECT_EQ(FailureOf(manufacture), failure);
-  EXPECT_EQ(Access<StorageKey>::Entries().size(), entries + entriesMade);
-  service.reset();
-  EXPECT_EQ(FailureOf(manufacture), failure) << "also when the first has ended";
-}
-
 TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
   const StoredClock clock;
-  ExpectOneCall(ManufactureConfigFile, "Multiple instances of SCOnfigFile");
-  ExpectOneCall(ManufactureFrameUtility, "Multiple instaces of frame utility!", 1);
-  ExpectOneCall(Log::ManufactureMessageLog, "Multiple instances of SMessageLog!");
-  ExpectOneCall(Unique::Manufacture, "Multiple instances of SRuntimeUniqueId!");
-  ExpectOneCall(ManufactureSeedProvider, "Multiple instances of SSeedProvider");
-  ExpectOneCall(ManufactureTimeProvider, "Multiple instances of STimeProvider!");
+  const auto expectOneCall = [](auto* manufacture, const std::string& failure) {
+    delete manufacture();
+    EXPECT_EQ(FailureOf(manufacture), failure) << "although the first has ended";
+  };
+  expectOneCall(ManufactureConfigFile, "Multiple instances of SCOnfigFile");
+  expectOneCall(ManufactureFrameUtility, "Multiple instaces of frame utility!");
+  expectOneCall(Log::ManufactureMessageLog, "Multiple instances of SMessageLog!");
+  expectOneCall(Unique::Manufacture, "Multiple instances of SRuntimeUniqueId!");
+  expectOneCall(ManufactureSeedProvider, "Multiple instances of SSeedProvider");
+  expectOneCall(ManufactureTimeProvider, "Multiple instances of STimeProvider!");
+  EXPECT_EQ(Access<StorageKey>::Entries().size(), 1U) << "the clock";
 }
 
 TEST(Factories, CountCallsThatFail) {
