@@ -4,6 +4,7 @@
 #include <ctime>
 #include <iterator>
 #include <locale>
+#include <new>
 #include <sstream>
 #include <string_view>
 
@@ -37,9 +38,14 @@ std::time_t ReadSecond() {
 std::string FormatSecond(std::time_t second) {
   const std::tm local = ToLocalTime(second);
   std::ostringstream text;
-  std::use_facet<std::time_put<char>>(text.getloc())
-      .put(std::ostreambuf_iterator<char>(text), text, text.fill(), &local, TimeStampFormat.data(),
-           TimeStampFormat.data() + TimeStampFormat.size());
+  try {
+    std::use_facet<std::time_put<char>>(text.getloc())
+        .put(std::ostreambuf_iterator<char>(text), text, text.fill(), &local, TimeStampFormat.data(),
+             TimeStampFormat.data() + TimeStampFormat.size());
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (...) {  // the host's facet cannot keep a line out of the log: what it has written stands
+  }
   return std::move(text).str();
 }
 

@@ -43,6 +43,7 @@ const std::filesystem::path& SharedPath::Path() const {
 bool SharedPath::Exists() const {
   std::error_code failure;
   const bool exists = std::filesystem::exists(Path(), failure);
+  if (failure == std::errc::filename_too_long) return false;  // nothing can stand there
   if (failure) throw std::filesystem::filesystem_error("exists", Path(), failure);
   return exists;
 }
