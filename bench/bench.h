@@ -94,8 +94,8 @@ void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
 
 // Times `job` as the loop of Google Benchmark does.
 template <class Job>
-void RegisterJob(const std::string& name, Job job) {
-  benchmark::RegisterBenchmark(name.c_str(), [job](benchmark::State& state) {
+auto* RegisterJob(const std::string& name, Job job) {
+  return benchmark::RegisterBenchmark(name.c_str(), [job](benchmark::State& state) {
     for (auto _ : state) job();
   });
 }

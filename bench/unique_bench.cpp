@@ -5,22 +5,12 @@
 #include <string_view>
 
 #include "bench.h"
+#include "counter.h"
 
 namespace Common::Bench {
 namespace {
 
 constexpr std::string_view ObjectName = "crane_of_the_north_quay";
-
-struct Counter {
-  virtual ~Counter() = default;
-  virtual std::int64_t Next() = 0;
-};
-
-struct PlainCounter : Counter {
-  std::int64_t Next() override { return ++last; }
-
-  std::int64_t last = 0;
-};
 
 std::string MakeNameByHand(std::int64_t id, std::string_view name) {
   char digits[20];
@@ -42,11 +32,7 @@ std::string MakeUuidText() {
 void RegisterUnique(const Plan& plan) {
   Unique::SRuntimeUniqueId* const ids = plan.services.ids.get();
   RegisterJob("next_id/1/ours", [ids] { benchmark::DoNotOptimize(ids->NextId()); });
-  RegisterJob("next_id/1/floor", [counter = std::shared_ptr<Counter>(new PlainCounter)] {
-    Counter* behind = counter.get();
-    benchmark::DoNotOptimize(behind);
-    benchmark::DoNotOptimize(behind->Next());
-  });
+  RegisterJob("next_id/1/floor", [counter = MakeCounter()] { benchmark::DoNotOptimize(counter->Next()); });
   RegisterJob("unique_name/1/ours", [ids] { benchmark::DoNotOptimize(ids->MakeUniqueName(ObjectName)); });
   RegisterJob("unique_name/1/uuid", [] { benchmark::DoNotOptimize(MakeUuidText()); });
   RegisterJob("unique_name/1/floor", [last = std::make_shared<std::int64_t>(0)] {
