@@ -54,11 +54,13 @@ Tree ReadTree(const std::string& text) {
   return tree;
 }
 
-KeyFile ReadKeyFile(const std::string& textWithGroup) {
+KeyFile ReadGroup(const std::string& textWithGroup) {
   KeyFile file(g_key_file_new(), g_key_file_free);
   g_key_file_load_from_data(file.get(), textWithGroup.data(), textWithGroup.size(), G_KEY_FILE_NONE, nullptr);
   return file;
 }
+
+KeyFile ReadKeyFile(const std::string& text) { return ReadGroup(GlibGroup + text); }
 
 ConfigEntries ReadWithInih(const std::string& text) {
   ConfigEntries entries;
@@ -108,7 +110,7 @@ void RegisterParsers(Config::SConfigFile* config, const std::string& job, const 
   RegisterParser(job, count, "ours", text, parse);
   RegisterParser(job, count, "inih", text, ReadWithInih);
   RegisterParser(job, count, "property_tree", text, ReadTree);
-  RegisterParser(job, count, "gkeyfile", GlibGroup + text, ReadKeyFile);
+  RegisterParser(job, count, "gkeyfile", GlibGroup + text, ReadGroup);
   RegisterParser(job, count, "floor", text, ScanByHand);
 }
 
@@ -129,7 +131,7 @@ std::string TreeToText(const Tree& tree) {
   return std::move(output).str();
 }
 
-GlibText KeyFileToText(GKeyFile* file) { return {g_key_file_to_data(file, nullptr, nullptr), g_free}; }
+GlibText KeyFileToText(const KeyFile& file) { return {g_key_file_to_data(file.get(), nullptr, nullptr), g_free}; }
 
 void WriteAtOnce(const std::string& path, const std::string& text) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -141,41 +143,43 @@ void WriteStream(const std::string& path, std::string_view text) {
   std::ofstream(path, std::ios::trunc).write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-template <class Format>
-void RegisterFormatter(int lines, const std::string& who, Format format) {
-  const auto run = [=](benchmark::State& state) { TimeMaking(state, BatchOf(lines), format); };
+// `read` makes what `format` turns into text, and `save` into a file.
+template <class Read, class Format>
+void RegisterFormatter(int lines, const std::string& who, Read read, Format format) {
+  const auto run = [=](benchmark::State& state) {
+    const auto input = read(Join(MakeLines(lines)));
+    TimeMaking(state, BatchOf(lines), [&] { return format(input); });
+  };
   benchmark::RegisterBenchmark(Name("format", lines, who).c_str(), run)->UseManualTime();
 }
 
 // A disk is slow to take files, so the time that passes decides how often this is repeated.
-template <class Save>
-void RegisterWriter(int lines, const std::string& who, Save save) {
+template <class Read, class Save>
+void RegisterWriter(int lines, const std::string& who, Read read, Save save) {
   const auto run = [=](benchmark::State& state) {
+    const auto input = read(Join(MakeLines(lines)));
     const ScopedFolder folder;
     const std::string path = folder.File("settings.txt");
-    for (auto _ : state) save(path);
+    for (auto _ : state) save(path, input);
   };
   benchmark::RegisterBenchmark(Name("write_file", lines, who).c_str(), run)->UseRealTime();
 }
 
 void RegisterFormatters(Config::SConfigFile* config, int lines) {
-  const std::string text = Join(MakeLines(lines));
-  const auto entries = std::make_shared<ConfigEntries>(ScanByHand(text));
-  const auto tree = std::make_shared<Tree>(ReadTree(text));
-  const std::shared_ptr<GKeyFile> keyFile = ReadKeyFile(GlibGroup + text);
+  RegisterFormatter(lines, "ours", ScanByHand, [=](const auto& entries) { return config->FormatEntries(entries); });
+  RegisterFormatter(lines, "property_tree", ReadTree, TreeToText);
+  RegisterFormatter(lines, "gkeyfile", ReadKeyFile, KeyFileToText);
+  RegisterFormatter(lines, "floor", ScanByHand, AppendAll);
 
-  RegisterFormatter(lines, "ours", [=] { return config->FormatEntries(*entries); });
-  RegisterFormatter(lines, "property_tree", [=] { return TreeToText(*tree); });
-  RegisterFormatter(lines, "gkeyfile", [=] { return KeyFileToText(keyFile.get()); });
-  RegisterFormatter(lines, "floor", [=] { return AppendAll(*entries); });
-
-  RegisterWriter(lines, "ours", [=](const std::string& path) { config->WriteFile(*entries, path); });
-  RegisterWriter(lines, "property_tree",
-                 [=](const std::string& path) { boost::property_tree::write_ini(path, *tree); });
-  RegisterWriter(lines, "gkeyfile", [=](const std::string& path) {
-    WriteStream(path, KeyFileToText(keyFile.get()).get());  // its own saving syncs the disk
-  });
-  RegisterWriter(lines, "floor", [=](const std::string& path) { WriteAtOnce(path, AppendAll(*entries)); });
+  RegisterWriter(lines, "ours", ScanByHand,
+                 [=](const std::string& path, const auto& entries) { config->WriteFile(entries, path); });
+  RegisterWriter(lines, "property_tree", ReadTree,
+                 [](const std::string& path, const Tree& tree) { boost::property_tree::write_ini(path, tree); });
+  // Its own way of saving waits for the disk.
+  RegisterWriter(lines, "gkeyfile", ReadKeyFile,
+                 [](const std::string& path, const KeyFile& file) { WriteStream(path, KeyFileToText(file).get()); });
+  RegisterWriter(lines, "floor", ScanByHand,
+                 [](const std::string& path, const auto& entries) { WriteAtOnce(path, AppendAll(entries)); });
 }
 
 }  // namespace
