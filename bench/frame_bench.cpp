@@ -68,7 +68,7 @@ void RegisterReactors(SFrameUtility* frames, int count) {
   const auto add = [count](const std::string& job, const std::string& who, auto run) {
     benchmark::RegisterBenchmark(Name(job, count, who).c_str(), run);
   };
-  for (const std::uint64_t interval : {0, 1}) {
+  for (const std::uint64_t interval : {0U, 1U}) {
     add("tick_interval_" + std::to_string(interval), "ours",
         [=](benchmark::State& state) { TickReactors(state, frames, count, interval); });
   }

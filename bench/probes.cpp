@@ -1,13 +1,10 @@
 #include "probes.h"
 
-#include <common/message_log.h>
-
-#include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <iostream>
-#include <memory>
 #include <stdexcept>
+
+#include "bench.h"
 
 namespace Common::Bench {
 namespace {
@@ -19,16 +16,16 @@ const std::string Line(40, 'x');
 Nanoseconds MakeLog(const std::string& folder) {
   std::filesystem::current_path(folder);
   const auto before = std::chrono::steady_clock::now();
-  const std::unique_ptr<Log::SMessageLog> log(Log::ManufactureMessageLog());
+  const std::unique_ptr<Common::Log::SMessageLog> log(Common::Log::ManufactureMessageLog());
   return std::chrono::steady_clock::now() - before;
 }
 
 Nanoseconds KeepLines(std::size_t count) {
-  const std::unique_ptr<Log::SMessageLog> log(Log::ManufactureMessageLog());
+  const std::unique_ptr<Common::Log::SMessageLog> log(Common::Log::ManufactureMessageLog());
   log->SetLogFile("/dev/null");
-  const auto before = std::chrono::steady_clock::now();
+  const Nanoseconds before = ThreadTime();
   for (std::size_t line = 0; line < count; ++line) log->LogMessage(Line);
-  return std::chrono::steady_clock::now() - before;
+  return ThreadTime() - before;
 }
 
 }  // namespace
