@@ -1,0 +1,109 @@
+// What the benchmarks share. A benchmark is named `job/size/who`: tools/bench-table pairs ours with the peers and the
+// floor of the same job and size. A floor is the least that the job can be done with, written by hand beside it.
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <common/config_file.h>
+#include <common/frame_utility.h>
+#include <common/message_log.h>
+#include <common/performance_profiler.h>
+#include <common/runtime_unique_id.h>
+#include <common/time_provider.h>
+#include <vorn_lnk/guid>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Common::Bench {
+
+using Clock = Vorn::Singleton<STimeProvider, std::shared_ptr>;
+using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
+
+// The services of this process, with live output on.
+struct Services {
+  Services() { Log::Get()->SetLiveOutput(true); }
+
+  const std::shared_ptr<Clock> clockOwner = Clock::Create(ManufactureTimeProvider());
+  const std::shared_ptr<Log> logOwner = Log::Create(Common::Log::ManufactureMessageLog());
+  const std::unique_ptr<Config::SConfigFile> config{ManufactureConfigFile()};
+  const std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};
+  const std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
+  const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
+};
+
+// A smoke run shows that every job works: jobs that take their time whatever the wanted precision is do it less often.
+struct Plan {
+  const Services& services;
+  bool smoke;
+};
+
+void RegisterConfig(const Plan& plan);
+void RegisterCount();
+void RegisterFrame(const Plan& plan);
+void RegisterLog();
+void RegisterProfiler(const Plan& plan);
+void RegisterStart(const Plan& plan);
+void RegisterTime(const Plan& plan);
+void RegisterUnique(const Plan& plan);
+
+template <class Size>
+std::string Name(const std::string& job, Size size, const std::string& who) {
+  return job + '/' + std::to_string(size) + '/' + who;
+}
+
+// Where files are kept in memory. A file goes there when the time that a disk takes for it would hide the job's own.
+inline const std::filesystem::path MemoryFolder = "/dev/shm";
+
+// A new folder, gone with its content at the end.
+class ScopedFolder {
+ public:
+  explicit ScopedFolder(const std::filesystem::path& parent = std::filesystem::current_path())
+      : path(parent / Vorn::CreateGuid()) {
+    std::filesystem::create_directory(path);
+  }
+  ~ScopedFolder() { std::filesystem::remove_all(path); }
+
+  ScopedFolder(const ScopedFolder&) = delete;
+  ScopedFolder& operator=(const ScopedFolder&) = delete;
+
+  std::string File(const std::string& name) const { return path / name; }
+
+ private:
+  const std::filesystem::path path;
+};
+
+// The processor time that this thread has spent.
+inline std::chrono::nanoseconds ThreadTime() {
+  timespec reading{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &reading);
+  return std::chrono::seconds(reading.tv_sec) + std::chrono::nanoseconds(reading.tv_nsec);
+}
+
+// Times `make` alone, `batch` at a time: what it returns is dropped between the measurements. For benchmarks with
+// UseManualTime.
+template <class Make>
+void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
+  std::vector<decltype(make())> made;
+  made.reserve(batch);
+  while (state.KeepRunningBatch(static_cast<benchmark::IterationCount>(batch))) {
+    const std::chrono::nanoseconds before = ThreadTime();
+    for (std::size_t index = 0; index < batch; ++index) made.push_back(make());
+    const std::chrono::duration<double> taken = ThreadTime() - before;
+    state.SetIterationTime(taken.count());
+    made.clear();
+  }
+}
+
+// Times `job` as the loop of Google Benchmark does.
+template <class Job>
+void RegisterJob(const std::string& name, Job job) {
+  benchmark::RegisterBenchmark(name.c_str(), [job](benchmark::State& state) {
+    for (auto _ : state) job();
+  });
+}
+
+}  // namespace Common::Bench

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace Common::Bench {
+
+// Counts behind a virtual call. Stands in a file of its own, so that the compiler cannot see through the call.
+struct Counter {
+  virtual ~Counter() = default;
+  virtual std::int64_t Next() = 0;
+};
+
+std::shared_ptr<Counter> MakeCounter();
+
+}  // namespace Common::Bench

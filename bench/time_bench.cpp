@@ -1,0 +1,88 @@
+// Reading the clock, a signal's value, and waiting: how late a wait returns and how much of the processor it takes.
+#include <SDL_timer.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "bench.h"
+
+namespace Common::Bench {
+namespace {
+
+constexpr float FullTurn = 6.2831855F;
+
+// ---- The clock.
+
+void RegisterClock() {
+  STimeProvider* const clock = Clock::Get();
+  RegisterJob("now/1/ours", [clock] { benchmark::DoNotOptimize(clock->Now()); });
+  RegisterJob("now/1/sdl", [] { benchmark::DoNotOptimize(SDL_GetPerformanceCounter()); });
+  RegisterJob("now/1/floor", [] { benchmark::DoNotOptimize(std::chrono::steady_clock::now()); });
+}
+
+void RegisterSignal() {
+  const auto signal = Clock::Get()->MakePeriodic(PeriodicKind::Sine, 1'000'000, 0.0F);
+  RegisterJob("signal_value/1/ours", [signal] { benchmark::DoNotOptimize(signal->GetValue()); });
+  RegisterJob("signal_value/1/floor", [] {
+    benchmark::DoNotOptimize(Clock::Get());
+    const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+    const auto phase = static_cast<float>(ticks & 0xFFFFF) * (1.0F / 0x100000);
+    benchmark::DoNotOptimize(std::sin(phase * FullTurn));
+  });
+}
+
+// ---- Waiting.
+
+using Microseconds = std::chrono::duration<double, std::micro>;
+
+double Percentile(std::vector<double> samples, double share) {
+  const auto rank = static_cast<std::size_t>(std::ceil(share * static_cast<double>(samples.size()))) - 1;
+  std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(rank), samples.end());
+  return samples[rank];
+}
+
+// Reports in microseconds: how late the waits were, and what they took of the processor.
+template <class Sleep>
+void MeasureWaits(benchmark::State& state, std::uint64_t length, Sleep sleep) {
+  std::vector<double> lateness;
+  Microseconds spent{0};
+  for (auto _ : state) {
+    const std::chrono::nanoseconds spentBefore = ThreadTime();
+    const auto before = std::chrono::steady_clock::now();
+    sleep(length);
+    const Microseconds taken = std::chrono::steady_clock::now() - before;
+    spent += ThreadTime() - spentBefore;
+    lateness.push_back((taken - std::chrono::microseconds(length)).count());
+  }
+  state.counters["late_median_us"] = Percentile(lateness, 0.5);
+  state.counters["late_p99_us"] = Percentile(lateness, 0.99);
+  state.counters["processor_us"] = spent.count() / static_cast<double>(lateness.size());
+}
+
+void RegisterWaits(bool smoke) {
+  STimeProvider* const clock = Clock::Get();
+  for (const std::uint64_t length : {200U, 1'000U, 5'000U, 16'667U}) {
+    const auto add = [=](const std::string& who, auto sleep) {
+      const auto run = [=](benchmark::State& state) { MeasureWaits(state, length, sleep); };
+      benchmark::RegisterBenchmark(Name("wait", length, who).c_str(), run)->Iterations(smoke ? 5 : 100)->UseRealTime();
+    };
+    add("ours", [=](std::uint64_t microseconds) { clock->Wait(microseconds); });
+    add("sleep_for",
+        [](std::uint64_t microseconds) { std::this_thread::sleep_for(std::chrono::microseconds(microseconds)); });
+    // Whole milliseconds are all it knows, so it is asked for the next one.
+    add("sdl_delay", [](std::uint64_t microseconds) { SDL_Delay(static_cast<Uint32>((microseconds + 999) / 1000)); });
+  }
+}
+
+}  // namespace
+
+void RegisterTime(const Plan& plan) {
+  RegisterClock();
+  RegisterSignal();
+  RegisterWaits(plan.smoke);
+}
+
+}  // namespace Common::Bench

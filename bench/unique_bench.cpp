@@ -1,0 +1,43 @@
+// Ids and unique names, beside random ids of the usual kind.
+#include <boost/uuid/random_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
+#include <charconv>
+#include <string_view>
+
+#include "bench.h"
+#include "counter.h"
+
+namespace Common::Bench {
+namespace {
+
+constexpr std::string_view ObjectName = "crane_of_the_north_quay";
+
+std::string MakeNameByHand(std::int64_t id, std::string_view name) {
+  char digits[20];
+  const auto end = std::to_chars(digits, digits + sizeof digits, id).ptr;
+  std::string made;
+  made.reserve(3 + static_cast<std::size_t>(end - digits) + name.size());
+  made.append("/$").append(digits, end).append(1, '#').append(name);
+  return made;
+}
+
+// Drawn from a generator in the process, which is the quicker of the two that Boost offers.
+std::string MakeUuidText() {
+  static boost::uuids::random_generator_mt19937 generator;
+  return boost::uuids::to_string(generator());
+}
+
+}  // namespace
+
+void RegisterUnique(const Plan& plan) {
+  Unique::SRuntimeUniqueId* const ids = plan.services.ids.get();
+  RegisterJob("next_id/1/ours", [ids] { benchmark::DoNotOptimize(ids->NextId()); });
+  RegisterJob("next_id/1/floor", [counter = MakeCounter()] { benchmark::DoNotOptimize(counter->Next()); });
+  RegisterJob("unique_name/1/ours", [ids] { benchmark::DoNotOptimize(ids->MakeUniqueName(ObjectName)); });
+  RegisterJob("unique_name/1/uuid", [] { benchmark::DoNotOptimize(MakeUuidText()); });
+  RegisterJob("unique_name/1/floor", [last = std::make_shared<std::int64_t>(0)] {
+    benchmark::DoNotOptimize(MakeNameByHand(++*last, ObjectName));
+  });
+}
+
+}  // namespace Common::Bench
