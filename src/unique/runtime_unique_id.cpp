@@ -42,7 +42,7 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
     return counters.back() = static_cast<std::int64_t>(static_cast<std::uint64_t>(counters.back()) + 1);
   }
 
-  std::string NextIdString() override { return IdPrefix + IdToString(NextId()) + IdSuffix; }
+  std::string NextIdString() override { return PrefixText({}); }
 
   std::string IdToString(std::int64_t id) override { return boost::lexical_cast<std::string>(id); }
 
@@ -50,7 +50,7 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
 
   std::string MakeUniqueName(std::string_view name) override {
     const std::string_view bareName = WithoutLeadingPrefixes(name);
-    return NextIdString().append(bareName.empty() ? DefaultObjectName : bareName);
+    return PrefixText(bareName.empty() ? DefaultObjectName : bareName);
   }
 
   Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) override {
@@ -58,6 +58,15 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
   }
 
  private:
+  // The text behind a prefix with the next id, built in one string.
+  std::string PrefixText(std::string_view text) {
+    const std::string id = IdToString(NextId());
+    std::string prefixed;
+    prefixed.reserve(IdPrefix.size() + id.size() + IdSuffix.size() + text.size());
+    prefixed.append(IdPrefix).append(id).append(IdSuffix).append(text);
+    return prefixed;
+  }
+
   std::vector<std::int64_t> counters = std::vector<std::int64_t>(CountersAtStart);  // the last one is live
 };
 
