@@ -48,7 +48,7 @@ FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()) {}
 
 FrameUtilityImpl::~FrameUtilityImpl() {
   while (!delayedCalls.empty()) {
-    const DelayedCall dropped = std::move(delayedCalls.front());
+    const FrameCallback dropped = std::move(delayedCalls.front().callback);
     delayedCalls.pop_front();
   }
 }
@@ -80,7 +80,7 @@ FrameReactorImpl*& FrameUtilityImpl::LinkTo(Reactors::iterator entry) {
 
 std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) {
   const std::uint64_t stamp = timeProvider.Get()->Now();
-  delayedCalls.push_back({stamp, delay, argument, std::move(callback)});
+  delayedCalls.emplace_back(stamp, delay, argument, std::move(callback));
   return stamp;
 }
 
@@ -115,7 +115,7 @@ void FrameUtilityImpl::RunDelayedCalls() {
     DelayedCall& front = delayedCalls.front();
     if (now - front.stamp < front.delay) return;
     front.callback(front.argument);
-    const DelayedCall served = std::move(front);
+    const FrameCallback served = std::move(front.callback);
     delayedCalls.pop_front();
   }
 }

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace Common {
 
@@ -37,6 +38,9 @@ class FrameReactorImpl final : public IFrameReactor {
 };
 
 struct DelayedCall {
+  DelayedCall(std::uint64_t now, std::uint64_t wait, std::uint64_t value, FrameCallback function)
+      : stamp(now), delay(wait), argument(value), callback(std::move(function)) {}
+
   std::uint64_t stamp;  // when it was scheduled, which is also its id
   std::uint64_t delay;
   std::uint64_t argument;
