@@ -15,8 +15,9 @@ install_packages() {
   [ ${#missing[@]} -gt 0 ] || return 0
   [ "$(id -u)" -eq 0 ] || as_root=(sudo)
   echo "Installing ${missing[*]}"
-  "${as_root[@]}" apt-get update -q
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
+  "${as_root[@]}" apt-get update -qq
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" >/dev/null
 }
 
 build_packages=(g++ cmake ninja-build libboost-dev)
