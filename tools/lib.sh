@@ -25,7 +25,7 @@ windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
 # Wine keeps its state inside the build folder and its advice to itself.
 use_wine() {
-  export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
+  export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all LC_ALL=C.UTF-8  # which names of files need
   wine=/usr/lib/wine/wine64
   mkdir -p build
   [ -d "$WINEPREFIX" ] || "$wine" wineboot --init >/dev/null 2>&1
