@@ -16,7 +16,7 @@ namespace {
 
 using Config::ConfigEntries;
 
-constexpr std::streamsize StreamBufferSize = 4096;
+constexpr std::streamsize FileBufferSize = 4096;
 
 std::int32_t instanceCount = 0;
 
@@ -85,16 +85,15 @@ bool ConfigFileImpl::Load(const std::string& path) {
 void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& path) {
   // Nothing may run out of memory once opening has cut the file, so text and buffer are there before.
   const std::string text = FormatEntries(written);
-  char buffer[StreamBufferSize];
-  std::ofstream file;
-  file.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
-  file.imbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
-  file.open(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc);
-  if (!file.good()) {
+  char buffer[FileBufferSize];
+  std::filebuf file;
+  file.pubsetbuf(buffer, FileBufferSize);
+  file.pubimbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
+  if (file.open(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc) == nullptr) {
     ReportError("File '" + path + "' write error.");
     return;
   }
-  file << text;
+  file.sputn(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 std::string ConfigFileImpl::GetString(const std::string& key, const std::string& defaultValue) {

@@ -137,18 +137,17 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   }
 }
 
-// With a buffer of the log's own the stream allocates nothing, so no lack of memory loses a batch, and a usual batch
-// is one write to the disk.
+// With a buffer of the log's own the file allocates nothing, so no lack of memory loses a batch, and a usual batch is
+// one write to the disk.
 void MessageLogImpl::WritePendingLines() noexcept {
-  std::ofstream file;
-  file.rdbuf()->pubsetbuf(fileBuffer, FileBufferSize);
-  file.imbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
-  file.open(logFile.Path(), std::ios::out | std::ios::app);
-  if (!file.good()) {
+  std::filebuf file;
+  file.pubsetbuf(fileBuffer, FileBufferSize);
+  file.pubimbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
+  if (file.open(logFile.Path(), std::ios::out | std::ios::app) == nullptr) {
     ReportFailedOpen();
     return;
   }
-  for (const std::string& line : pendingLines) Insert(file, line);
+  for (const std::string& line : pendingLines) file.sputn(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void MessageLogImpl::ReportFailedOpen() noexcept {
