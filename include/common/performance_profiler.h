@@ -117,6 +117,19 @@ struct AccumulatorHandle {
   }
 };
 
+namespace Detail {
+
+// Hosts that were built apart share this memory too.
+static_assert(offsetof(MeasureRecord, idle) == 0 && offsetof(MeasureRecord, name) == 8);
+static_assert(offsetof(MeasureRecord, started) == 8 + sizeof(std::string));
+static_assert(offsetof(MeasureRecord, totalTime) == offsetof(MeasureRecord, started) + 8);
+static_assert(offsetof(MeasureRecord, measureCost) == offsetof(MeasureRecord, started) + 16);
+static_assert(offsetof(MeasureRecord, calls) == offsetof(MeasureRecord, started) + 24);
+static_assert(offsetof(AccumulatorHandle, position) == 0 && offsetof(AccumulatorHandle, records) == 8);
+static_assert(sizeof(MeasureRecord) == 40 + sizeof(std::string) && sizeof(AccumulatorHandle) == 16);
+
+}  // namespace Detail
+
 // Stops its measurement when the scope ends, by whatever way.
 class ScopedMeasurement {
  public:
