@@ -1,0 +1,145 @@
+// Lack of memory: operations of all services, each with an allocation of the input's choice failing. Either nothing
+// has changed and std::bad_alloc is thrown, or the operation succeeds; locks, files and services stay in order, and
+// nothing leaks.
+#include <common/config_file.h>
+#include <common/frame_utility.h>
+#include <common/performance_profiler.h>
+#include <common/runtime_unique_id.h>
+#include <fuzzer/FuzzedDataProvider.h>
+#include <vorn_lnk/file>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <new>
+#include <streambuf>
+
+#include "stand_ins.h"
+
+namespace {
+int allocationsUntilFailure = 0;  // 0 where none is to fail
+}
+
+// All forms are replaced, since the sanitizer brings its own of each.
+void* operator new(std::size_t size) {
+  if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) throw std::bad_alloc();
+  if (void* const memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace {
+
+using namespace Common;
+using Fuzz::Check;
+
+const std::string LongText(100, 'x');
+const std::string MainFile = "content/config/config.txt";
+const std::string MainText = "key = " + LongText + '\n';
+const std::string LogFile = "zeb_log.txt";
+constexpr int HeaderLines = 3;
+constexpr int OperationsPerInput = 8;
+
+std::string ReadFile(const std::string& name) {
+  return Vorn::ReadWholeFileToString(Vorn::SharedPath::NewWrapped(name));
+}
+
+// A folder of its own, with settings to be read.
+struct Folder {
+  Folder() {
+    std::filesystem::remove_all("memory_fuzz.files");
+    std::filesystem::create_directories("memory_fuzz.files/content/config");
+    std::filesystem::current_path("memory_fuzz.files");
+    std::ofstream(MainFile) << MainText;
+  }
+};
+
+struct Host {
+  using LogOwner = std::shared_ptr<Vorn::Singleton<Log::SMessageLog, std::shared_ptr>>;
+
+  Host() {
+    std::cout.setstate(std::ios::badbit);  // the copies of the lines are for nobody
+    log->SetLiveOutput(true);
+  }
+  ~Host() {
+    logOwner = nullptr;
+    const std::string written = ReadFile(LogFile);
+    Check(std::count(written.begin(), written.end(), '\n') == lines, "each line that was taken is in the file");
+  }
+
+  const Folder folder;
+  Log::SMessageLog* const log = Log::ManufactureMessageLog();
+  LogOwner logOwner = LogOwner::element_type::Create(log);
+  std::ptrdiff_t lines = HeaderLines;
+  const Fuzz::StoredClock clock;
+  const std::unique_ptr<Config::SConfigFile> store{ManufactureConfigFile()};
+  const std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
+  const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
+  const std::unique_ptr<SFrameUtility> frame{ManufactureFrameUtility()};
+};
+
+Host& TheHost() {
+  static Host host;
+  return host;
+}
+
+void Operate(Host& host, int operation) {
+  switch (operation) {
+    case 0:
+      return host.log->LogMessage(LongText);
+    case 1:
+      return host.log->SetLogFile(LogFile);
+    case 2:
+      return host.store->Save();
+    case 3:
+      host.store->ParseContent(LongText + " = 1\n = " + LongText, LongText);
+      return;
+    case 4:
+      host.store->Load(MainFile);
+      return;
+    case 5:
+      host.profiler->OpenAccumulator(LongText).GoOnTo(LongText + "2");
+      return;
+    case 6:
+      return host.profiler->WriteReportAndClear("report.csv");
+    case 7:
+      host.frame->CreateReactor(0)->SetCallback([](std::uint64_t) {});
+      return;
+    case 8:
+      host.frame->ScheduleCall([](std::uint64_t) {}, 0, 0);
+      return;
+    case 9:
+      return host.frame->Tick();
+    case 10:
+      host.ids->OverrideCounter(7);
+      return;
+    default:
+      host.ids->MakeUniqueName(LongText);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  Host& host = TheHost();
+  FuzzedDataProvider data(bytes, size);
+  for (int left = OperationsPerInput; left > 0 && data.remaining_bytes() > 0; --left) {
+    const int operation = data.ConsumeIntegralInRange(0, 11);
+    allocationsUntilFailure = data.ConsumeIntegralInRange(0, 24);
+    try {
+      Operate(host, operation);
+      if (operation == 0) ++host.lines;
+    } catch (const std::bad_alloc&) {
+      Check(allocationsUntilFailure == 0, "only the allocation that was to fail has failed");
+    }
+    allocationsUntilFailure = 0;
+    if (operation == 2) Check(ReadFile(MainFile) == MainText, "no file is cut for what cannot be written");
+  }
+  return 0;
+}
