@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "stand_ins.h"
+#include "shared.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <map>
 #include <optional>
 
-#include "stand_ins.h"
+#include "shared.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <new>
 #include <streambuf>
 
-#include "stand_ins.h"
+#include "shared.h"
 
 namespace {
 int allocationsUntilFailure = 0;  // 0 where none is to fail

@@ -5,7 +5,7 @@
 
 #include <charconv>
 
-#include "stand_ins.h"
+#include "shared.h"
 
 namespace {
 

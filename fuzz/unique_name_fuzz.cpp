@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "stand_ins.h"
+#include "shared.h"
 
 namespace {
 

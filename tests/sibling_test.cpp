@@ -7,19 +7,17 @@ namespace Common::Test {
 
 TEST(Sibling, PathsAreSharedAndFilesReadWholeOrNotAtAll) {
   const std::string name = "\xC3\xBC-" + Vorn::CreateGuid();
-  auto first = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(name)), second = first;
-  const Vorn::SharedPath third = first;
-  EXPECT_TRUE(third.String() == name && !third.Exists());
-  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(third); }), "filesystem_error");
+  auto holder = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(name));
+  const Vorn::SharedPath sharer = holder;
+  EXPECT_TRUE(sharer.String() == name && !sharer.Exists());
+  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(sharer); }), "filesystem_error");
   const std::string bytes = std::string("\0\r\n\x1A", 4) + std::string(200'000, 'x');
-  WriteBytes(third.Path(), bytes);
-  EXPECT_EQ(Vorn::ReadWholeFileToString(third), bytes);
-  first.Reset("alone", true);
-  second.Reset(".", false);
-  EXPECT_EQ(first.String() + third.String(), "alone.");
-  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(third); }), "filesystem_error") << "a folder";
-  second.Reset();
-  EXPECT_TRUE(second.String().empty() && !second.Exists() && third.Exists());
+  WriteBytes(sharer.Path(), bytes);
+  EXPECT_EQ(Vorn::ReadWholeFileToString(sharer), bytes);
+  holder.Reset(".", false);
+  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(sharer); }), "filesystem_error") << "a folder";
+  holder.Reset();
+  EXPECT_TRUE(holder.String().empty() && !holder.Exists() && sharer.Exists());
 }
 
 }  // namespace Common::Test

@@ -1,25 +1,17 @@
-// What the tests share: stand-ins for the clock and the log, and helpers for failures, streams, files and locales.
+// What the tests share: helpers for failures, streams, files and locales, and the stand-ins of the samples.
 #pragma once
 
 #include <common/application_error_exception.h>
-#include <common/message_log.h>
-#include <common/time_provider.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <locale>
-#include <memory>
-#include <ostream>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
+
+#include "testing/stand_ins.h"
 
 namespace Common::Test {
-
-template <class T>
-using Access = Vorn::Singleton<T, std::shared_ptr>;
 
 inline const std::string NoInstance =
     R"(ERROR: D:\Marble_Tern_Haven\tarn_works\vorn_lnk\singleton:__LINE__ No instance!)";
@@ -40,58 +32,6 @@ std::string FailureOf(Call&& call) {
   }
   return "none";
 }
-
-// A clock that the test sets. Each reading is counted and moves it on by `step`, after the answer.
-struct FakeClock : STimeProvider {
-  struct Filler : Vorn::IScoped {
-    Filler(std::uint64_t* moved, std::uint64_t by) : now(moved), duration(by) {}
-    ~Filler() override { *now += duration; }
-
-    std::uint64_t* const now;
-    const std::uint64_t duration;
-  };
-
-  void SetOrigin(std::uint64_t) override {}
-  std::uint64_t Now() override { return ++readings, std::exchange(now, now + step); }
-  void Wait(std::uint64_t microseconds) override { now += microseconds; }
-  Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) override {
-    return Vorn::IntrudablePtr<Vorn::IScoped>(new Filler(&now, microseconds));
-  }
-  void RunTimingCheck() override {}
-  Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind, std::uint64_t, float) override { return nullptr; }
-
-  std::uint64_t now = 0;
-  std::uint64_t step = 0;
-  int readings = 0;
-};
-
-// A log that collects errors.
-struct FakeLog : Log::SMessageLog {
-  void LogError(const std::string& text) override { errors.push_back(text); }
-  void LogWarning(const std::string&) override {}
-  void LogMessage(const std::string&) override {}
-  void SetLogFile(const std::string&) override {}
-  void SetLiveOutput(bool) override {}
-  void AddSideLine(const std::string&) override {}
-  void ClearSideLines() override {}
-
-  std::vector<std::string> errors;
-};
-
-// Keeps a new T in the storage, where it stands for the service S.
-template <class S, class T>
-class Stored {
- public:
-  T* operator->() const { return service; }
-  void Remove() { owner.reset(); }
-
- private:
-  T* service = new T;
-  std::shared_ptr<Access<S>> owner = Access<S>::Create(service);
-};
-
-using StoredClock = Stored<STimeProvider, FakeClock>;
-using StoredLog = Stored<Log::SMessageLog, FakeLog>;
 
 // Collects what reaches a console stream.
 class Capture {

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <iostream>
+#include <thread>
 
 #include "support.h"
 
@@ -53,11 +54,15 @@ namespace Common::Test {
 
 TEST(TimeProvider, KeepsToItsClockAndChecksTheOneInTheStorage) {
   const std::unique_ptr<STimeProvider> clock(ManufactureTimeProvider());
-  for (const std::uint64_t length : {0U, 1U, 20'000U}) {
-    const std::uint64_t before = clock->Now();
-    clock->Wait(length);
-    EXPECT_GE(clock->Now() - before, length);
-  }
+  const auto wait = [&clock] {
+    for (const std::uint64_t length : {0U, 1U, 20'000U}) {
+      const std::uint64_t before = clock->Now();
+      clock->Wait(length);
+      EXPECT_GE(clock->Now() - before, length);
+    }
+  };
+  std::thread others[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
+  for (std::thread& other : others) other.join();
   const auto raw = std::chrono::steady_clock::now().time_since_epoch() / std::chrono::microseconds(1);
   clock->SetOrigin(0);
   EXPECT_GE(clock->Now(), static_cast<std::uint64_t>(raw));
