@@ -7,6 +7,9 @@
 // value is what follows the first `=` and the white space behind it, up to the line's end. Anything else, comments
 // included, is reported as an error, dropped, and gone after the next save.
 //
+//   const std::unique_ptr<Common::Config::SConfigFile> settings(Common::ManufactureConfigFile());
+//   const std::int32_t width = settings->GetInt("window/width", 1280);  // in the file from now on
+//
 // Problems are reported to the log in the storage: enter it before the store is made, and drop it after the store has
 // ended. Without a log they are thrown as Vorn::MissingInstance.
 #pragma once

@@ -1,5 +1,8 @@
 // Waves of the engine clock. A signal has no memory of its own: its value follows from the clock's present time,
 // so all signals of one kind and period are in step, whenever they were made.
+//
+//   const auto daylight = clock->MakePeriodic(Common::PeriodicKind::Sine, 60'000'000, 0.0F);
+//   lamp.SetBrightness(0.5F - daylight->GetValue() / 2);
 #pragma once
 
 #include <vorn_lnk/intrudable>

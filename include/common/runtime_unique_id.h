@@ -1,4 +1,7 @@
 // Numbers that are unique within one run, alone or as a prefix that makes a name unique: `/$17#crane`.
+//
+//   ids->MakeUniqueName("crane");      // /$17#crane
+//   ids->MakeUniqueName("/$5#crane");  // /$18#crane: a copy of a named thing gets a name of its own
 #pragma once
 
 #include <common/common_services_export.h>

@@ -1,5 +1,9 @@
 // 64-bit numbers to seed random generators with: mixed from readings of the engine clock, so that runs differ, or
 // from a fixed recurrence, so that they do not. Not for secrets.
+//
+//   const std::unique_ptr<Common::SSeedProvider> seeds(Common::ManufactureSeedProvider());
+//   seeds->SetSeed(7);  // the same numbers in every run
+//   std::mt19937_64 random(seeds->NextSeed());
 #pragma once
 
 #include <common/common_services_export.h>
