@@ -2,8 +2,9 @@
 // to the file in batches. At start the log of the previous run moves from `zeb_log.txt` in the working directory into
 // `old_logs`, under a name of its own.
 //
-//   auto owner = Vorn::Singleton<SMessageLog, std::shared_ptr>::Create(Common::Log::ManufactureMessageLog());
-//   auto* log = Vorn::Singleton<SMessageLog, std::shared_ptr>::Get();
+//   using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
+//   const auto owner = Log::Create(Common::Log::ManufactureMessageLog());
+//   auto* log = Log::Get();
 //   log->SetLiveOutput(true);
 //   log->LogWarning("no free berth");  // WARNING: 2026-03-09, 17:05:42: no free berth
 //

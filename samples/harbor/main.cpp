@@ -1,7 +1,11 @@
 // A headless harbour that runs in real time on the common services: a host to copy from. Begin with services.h, which
 // starts and ends the services, and shift.cpp, which runs the frames; port.cpp is what another engine has its game in.
+#include <vorn_lnk/singleton>
+
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <string>
 
 #include "content_check.h"
 #include "interrupt.h"
@@ -17,8 +21,10 @@ constexpr int Misused = 2;
 int Run(const Harbor::Options& options) {
   Harbor::PrepareDirectory(options.directory);
   Harbor::CatchInterrupts();
+  const auto begin = std::filesystem::file_time_type::clock::now();
   const Harbor::Outcome outcome = Harbor::RunShift(options.frames);
   Harbor::PrintSummary(std::cout, outcome);
+  Harbor::PrintFilesWrittenSince(begin, std::cout);
   return 0;
 }
 

@@ -1,6 +1,7 @@
 #include "port.h"
 
 #include <algorithm>
+#include <string>
 
 #include "phases.h"
 
@@ -99,8 +100,10 @@ void Port::Arrive(Ship& ship) {
   const bool isFull = std::find(berths.begin(), berths.end(), nullptr) == berths.end();
   if (!GatesAreOpen(totem)) {
     log.LogWarning(ship.name + " waits: the gates are closed");
-  } else if (isFull || !anchorage.empty()) {
+  } else if (isFull) {
     log.LogWarning(ship.name + " waits: no free berth");
+  } else if (!anchorage.empty()) {
+    log.LogWarning(ship.name + " waits: others are before it");
   }
   anchorage.push_back(&ship);
 }

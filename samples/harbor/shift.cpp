@@ -56,6 +56,7 @@ Outcome RunShift(std::optional<std::uint64_t> frames) {
     outcome.frameTimes.push_back(end - begin);
     begin = end;
   }
+  progress.Hide();
   if (IsInterrupted()) Log::Get()->LogWarning("interrupted, the run ends early");
   outcome.tally = port.Total();
   if (frame.records != nullptr) outcome.phases = *frame.records;

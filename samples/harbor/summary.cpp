@@ -1,12 +1,16 @@
 #include "summary.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iomanip>
 
 #include "content_check.h"
 
 namespace Harbor {
 namespace {
+
+// File systems may round the time of a change down.
+constexpr std::chrono::milliseconds TimeStampStep{20};
 
 // The smallest of `values` that `percent` of them do not exceed.
 std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent) {
@@ -33,10 +37,19 @@ void PrintSummary(std::ostream& out, const Outcome& outcome) {
       << "\ncargo moved    " << tally.tonnesAshore << " t"
       << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway << " called away, " << tally.refused
       << " refused, " << tally.leftInPort << " left in port"
-      << "\nfiles written  " << SettingsFile << ", " << LogFile << ", " << ReportFile
       << "\nphase                  calls      ms all     us each\n"
       << std::fixed << std::setprecision(1);
   for (const Common::MeasureRecord& phase : outcome.phases) PrintPhase(out, phase);
+}
+
+void PrintFilesWrittenSince(std::filesystem::file_time_type begin, std::ostream& out) {
+  out << "files written  ";
+  for (const std::string& file : {SettingsFile, LogFile, ReportFile}) {
+    std::error_code isMissing;
+    const auto written = std::filesystem::last_write_time(file, isMissing);
+    if (!isMissing && written + TimeStampStep >= begin) out << file << ' ';
+  }
+  out << '\n';
 }
 
 }  // namespace Harbor

@@ -1,5 +1,6 @@
-// For the tests of a host: a clock that stands still until the test moves it, and a log that collects. Each can stand
-// in the storage in place of the service, so the code under test finds it there and needs no change:
+// For the tests of a host, to be copied: a clock that stands still until the test moves it, and a log that collects the
+// errors. Each can stand in the storage in place of the service, where the code under test finds it and needs no
+// change. The clock makes no signals and keeps its origin, and both serve one thread.
 //
 //   Common::Test::StoredClock clock;
 //   clock->now = 20'000;
@@ -9,6 +10,7 @@
 #include <common/message_log.h>
 #include <common/time_provider.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -23,11 +25,11 @@ using Access = Vorn::Singleton<T, std::shared_ptr>;
 // A clock that the test sets. Each reading is counted and moves it on by `step`, after the answer.
 struct FakeClock : STimeProvider {
   struct Filler : Vorn::IScoped {
-    Filler(std::uint64_t* moved, std::uint64_t by) : now(moved), duration(by) {}
-    ~Filler() override { *now += duration; }
+    Filler(std::uint64_t* moved, std::uint64_t by) : now(moved), end(*moved + by) {}
+    ~Filler() override { *now = std::max(*now, end); }
 
     std::uint64_t* const now;
-    const std::uint64_t duration;
+    const std::uint64_t end;
   };
 
   void SetOrigin(std::uint64_t) override {}

@@ -37,7 +37,7 @@ const phoenix::function<AssignRange> assignRange;
 
 auto CaptureInto(std::string& capture) { return assignRange(phoenix::var(capture), phoenix::arg1, phoenix::arg2); }
 
-// Letters and digits of every locale are told without a call into it, which most bytes of a file would make.
+// Letters and digits that every locale has. They are told without a call into it, which most bytes would make.
 bool IsPortableAlnum(char byte) {
   return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z');
 }

@@ -9,8 +9,8 @@ namespace Common {
 // time.
 class TimeStamp {
  public:
-  // Good until the next call. Formats anew only where the last stamp could differ: in another second, or in another
-  // locale than the classic one, whose facets may be the host's own.
+  // Good until the next call. Formats anew in another second, and always in another locale than the classic one, whose
+  // facets may be the host's own. So a time zone that the host changes shows from the next second on.
   const std::string& Make();
 
  private:

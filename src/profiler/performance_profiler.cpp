@@ -5,6 +5,7 @@
 #include <vorn_lnk/shared_path>
 
 #include <fstream>
+#include <locale>
 #include <map>
 #include <string_view>
 
@@ -61,6 +62,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
     const std::string chosen = path.empty() ? UtResultFolder + std::string(ReportFileName) : path;
     char buffer[StreamBufferSize];  // so that no lack of memory costs the last report once opening has cut it
     std::ofstream report;
+    report.rdbuf()->pubimbue(std::locale::classic());  // the names are bytes; the numbers follow the global locale
     report.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
     report.open(Vorn::PathFromUtf8(chosen), std::ios::out | std::ios::ate);
     if (!report.good()) {
