@@ -104,7 +104,11 @@ TEST_F(MessageLog, TakesLinesFromSeveralThreads) {
   EXPECT_EQ(next, std::vector<int>(threads.size(), Count));
 }
 
-TEST_F(MessageLog, KeepsToItselfWhatTheStreamsOfAHostThrow) {
+struct ThrowingDate : std::time_put<char> {
+  iter_type do_put(iter_type, std::ios_base&, char, const std::tm*, char, char) const override { throw "no date"; }
+};
+
+TEST_F(MessageLog, KeepsToItselfWhatStreamsAndLocaleOfAHostThrow) {
   std::filebuf closed;
   Start(true);
   for (std::ostream* const stream : {&std::cout, &std::cerr}) {
@@ -115,8 +119,10 @@ TEST_F(MessageLog, KeepsToItselfWhatTheStreamsOfAHostThrow) {
   EXPECT_NO_THROW(Add(497));
   log->SetLogFile(LogName);
   EXPECT_NO_THROW(log->LogError("x"));
+  std::locale::global(std::locale(std::locale::classic(), new ThrowingDate));
+  EXPECT_NO_THROW(log->LogError("x"));
   log.reset();
-  EXPECT_EQ(FileText(), OnDisk("ERROR: T x\n"));
+  EXPECT_EQ(FileText(), OnDisk("ERROR: T x\nERROR:  x\n"));
 }
 
 // A host's own way to write a date, which differs from call to call.
