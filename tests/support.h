@@ -7,16 +7,16 @@
 #include <filesystem>
 #include <fstream>
 #include <locale>
+#include <regex>
 #include <sstream>
 
 #include "testing/stand_ins.h"
 
 namespace Common::Test {
 
-inline const std::string NoInstance =
-    R"(ERROR: D:\Marble_Tern_Haven\tarn_works\vorn_lnk\singleton:__LINE__ No instance!)";
-inline const std::string DoubleInstancing =
-    R"(ERROR: D:\Marble_Tern_Haven\tarn_works\vorn_lnk\singleton:__LINE__ Double singleton instancing!)";
+inline const std::string Place = R"(ERROR: D:\Marble_Tern_Haven\tarn_works\vorn_lnk\singleton:__LINE__ )";
+inline const std::string NoInstance = Place + "No instance!";
+inline const std::string DoubleInstancing = Place + "Double singleton instancing!";
 
 // The text of what the call throws: of the library's own failures the message, of the file system's the type.
 template <class Call>
@@ -62,9 +62,7 @@ inline std::string ReadBytes(const std::filesystem::path& path) {
 // The text as a text-mode stream of this platform puts it on disk.
 inline std::string OnDisk(const std::string& text) {
 #ifdef _WIN32
-  std::string bytes;
-  for (const char character : text) bytes += character == '\n' ? std::string("\r\n") : std::string(1, character);
-  return bytes;
+  return std::regex_replace(text, std::regex("\n"), "\r\n");
 #else
   return text;
 #endif

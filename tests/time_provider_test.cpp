@@ -1,4 +1,5 @@
 #include <chrono>
+#include <cmath>
 #include <iostream>
 #include <thread>
 
@@ -54,29 +55,59 @@ TEST(TimeProvider, SleepsOnlyWhileMoreThanTwoMeasuredSleepsRemain) {
 
 namespace Common::Test {
 
-TEST(TimeProvider, KeepsToItsClockAndChecksTheOneInTheStorage) {
-  const std::unique_ptr<STimeProvider> clock(ManufactureTimeProvider());
-  const auto wait = [&clock] {
-    for (const std::uint64_t length : {0U, 1U, 20'000U}) {
-      const std::uint64_t before = clock->Now();
-      clock->Wait(length);
-      EXPECT_GE(clock->Now() - before, length);
-    }
+TEST(TimeProvider, ServesManyThreadsByItsClock) {
+  STimeProvider* const clock = ManufactureTimeProvider();
+  const auto owner = Access<STimeProvider>::Create(clock);
+  const auto rising = clock->MakePeriodic(PeriodicKind::RisingSawtooth, 1'000'000'000, 0);
+  const auto wait = [&](std::uint64_t length) {
+    const std::uint64_t before = clock->Now();
+    const float phase = rising->GetValue();
+    clock->Wait(length);
+    EXPECT_TRUE(clock->Now() - before >= length && rising->GetValue() >= phase) << length;
   };
-  std::thread others[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
-  for (std::thread& other : others) other.join();
+  std::vector<std::thread> threads;
+  for (const std::uint64_t length : {40'000U, 20'000U, 10'000U, 5'000U, 1U, 0U}) threads.emplace_back(wait, length);
+  for (std::thread& thread : threads) thread.join();
   const auto raw = std::chrono::steady_clock::now().time_since_epoch() / std::chrono::microseconds(1);
   clock->SetOrigin(0);
   EXPECT_GE(clock->Now(), static_cast<std::uint64_t>(raw));
   clock->SetOrigin(clock->Now() + 3'600'000'000U);
   EXPECT_GT(clock->Now(), std::uint64_t{1} << 63);
-  EXPECT_EQ(FailureOf([&] { clock->RunTimingCheck(); }), NoInstance);
-  const StoredClock stored;
+}
+
+TEST(TimeProvider, SignalsAndTimingCheckFollowTheClockInTheStorage) {
+  using enum PeriodicKind;
+  using Values = std::vector<float>;
+  const std::unique_ptr<STimeProvider> maker(ManufactureTimeProvider());
+  StoredClock clock;
+  const auto quarters = [&](PeriodicKind kind, float duty, std::uint64_t period = 400) {
+    const auto signal = maker->MakePeriodic(kind, period, duty);
+    Values values;
+    for (clock->now = 800; clock->now < 1200; clock->now += 100) values.push_back(signal->GetValue());
+    return values;
+  };
+  EXPECT_EQ(quarters(Sine, 0), (Values{0, 1, -8.74227766e-8F, -1}));
+  EXPECT_EQ(quarters(Square, 0.5F), (Values{1, 1, 0, 0}));
+  EXPECT_EQ(quarters(Square, 1.5F), Values(4, 1));
+  for (const float none : {-0.5F, NAN}) EXPECT_EQ(quarters(Square, none), Values(4, 0));
+  for (const float none : {-0.5F, NAN}) EXPECT_EQ(quarters(Triangle, none), (Values{1, 0.75, 0.5, 0.25}));
+  EXPECT_EQ(quarters(Triangle, 0.25F), (Values{0, 1, 2 / 3.0F, 1 / 3.0F}));
+  EXPECT_EQ(quarters(Triangle, 1.5F), (Values{0, 0.25, 0.5, 0.75}));
+  EXPECT_EQ(quarters(RisingSawtooth, 0), (Values{0, 0.25, 0.5, 0.75}));
+  EXPECT_EQ(quarters(FallingSawtooth, 0), (Values{1, 0.75, 0.5, 0.25}));
+  for (const auto kind : {Sine, Triangle, RisingSawtooth}) EXPECT_EQ(quarters(kind, 0.5F, 0), Values(4, 0));
+  for (const auto kind : {Square, FallingSawtooth}) EXPECT_EQ(quarters(kind, 0.5F, 0), Values(4, 1));
+  clock->now = 19'999'999;
+  EXPECT_EQ(maker->MakePeriodic(RisingSawtooth, 20'000'000, 0)->GetValue(), 1.0F) << "in single precision";
   const Capture output(std::cout);
-  clock->RunTimingCheck();
+  maker->RunTimingCheck();
   EXPECT_EQ(
       output.Text(),
       "1000000us : 1s\n500000us : 0.5s\n250000us : 0.25s\n125000us : 0.125s\n75000us : 0.075s\n30000us : 0.03s\n");
+  clock.Remove();
+  EXPECT_EQ(FailureOf([&] { maker->RunTimingCheck(); }), NoInstance);
+  EXPECT_EQ(FailureOf([&] { maker->MakePeriodic(Sine, 100, 0)->GetValue(); }), NoInstance);
+  EXPECT_EQ(maker->MakePeriodic(PeriodicKind{5}, 0, 0)->GetValue(), 1.0F);
 }
 
 }  // namespace Common::Test

@@ -64,7 +64,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   std::mutex lineMutex;
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
-  TimeStamp timeStamp;
+  TimeStamper timeStamper;
   char fileBuffer[FileBufferSize];
 };
 
@@ -97,7 +97,7 @@ void MessageLogImpl::MovePreviousLogAway() {
 
 void MessageLogImpl::AddHeader() {
   LogMessage(SeparatorLine);
-  LogMessage(HeaderLabel + timeStamp.Make());
+  LogMessage(HeaderLabel + timeStamper.MakeTimeStamp());
   LogMessage(SeparatorLine);
 }
 
@@ -109,7 +109,7 @@ void MessageLogImpl::SetLogFile(const std::string& fileName) {
 
 void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text) {
   const std::lock_guard lock(lineMutex);
-  const std::string& stamp = timeStamp.Make();
+  const std::string& stamp = timeStamper.MakeTimeStamp();
   std::string line;
   line.reserve(prefix.size() + stamp.size() + 1 + text.size() + 1);
   line += prefix;

@@ -51,7 +51,7 @@ std::string FormatSecond(std::time_t second) {
 
 }  // namespace
 
-const std::string& TimeStamp::Make() {
+const std::string& TimeStamper::MakeTimeStamp() {
   const std::time_t second = ReadSecond();
   const bool classic = std::locale() == std::locale::classic();
   if (second == stampedSecond && classic && isClassic) return stamp;
