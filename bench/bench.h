@@ -1,8 +1,8 @@
-// What the benchmarks share. A benchmark is named `job/size/who`: tools/bench-table pairs ours with the peers and the
-// floor of the same job and size. A floor is the least that the job can be done with, written by hand beside it.
+// What the benchmarks share. A benchmark is named `job/size/who`: tools/bench-table pairs ours with
+// the peers and the floor of the same job and size. A floor is the least that the job can be done
+// with, written by hand beside it.
 #pragma once
 
-#include <benchmark/benchmark.h>
 #include <common/config_file.h>
 #include <common/frame_utility.h>
 #include <common/message_log.h>
@@ -10,6 +10,8 @@
 #include <common/runtime_unique_id.h>
 #include <common/time_provider.h>
 #include <vorn_lnk/guid>
+
+#include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <ctime>
@@ -35,7 +37,8 @@ struct Services {
   const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
 };
 
-// A smoke run shows that every job works: jobs that take their time whatever the wanted precision is do it less often.
+// A smoke run shows that every job works: jobs that take their time whatever the wanted precision
+// is do it less often.
 struct Plan {
   const Services& services;
   bool smoke;
@@ -55,7 +58,8 @@ std::string Name(const std::string& job, Size size, const std::string& who) {
   return job + '/' + std::to_string(size) + '/' + who;
 }
 
-// Where files are kept in memory. A file goes there when the time that a disk takes for it would hide the job's own.
+// Where files are kept in memory. A file goes there when the time that a disk takes for it would
+// hide the job's own.
 inline const std::filesystem::path MemoryFolder = "/dev/shm";
 
 // A new folder, gone with its content at the end.
@@ -83,8 +87,8 @@ inline std::chrono::nanoseconds ThreadTime() {
   return std::chrono::seconds(reading.tv_sec) + std::chrono::nanoseconds(reading.tv_nsec);
 }
 
-// Times `make` alone, `batch` at a time: what it returns is dropped between the measurements. For benchmarks with
-// UseManualTime.
+// Times `make` alone, `batch` at a time: what it returns is dropped between the measurements. For
+// benchmarks with UseManualTime.
 template <class Make>
 void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
   std::vector<decltype(make())> made;

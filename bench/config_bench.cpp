@@ -1,12 +1,13 @@
-// Settings text into a map, and a map into text and into a file. The text is what the store itself writes: keys of
-// 21 bytes in ascending order, `key = value`, a line feed.
-#include <fcntl.h>
+// Settings text into a map, and a map into text and into a file. The text is what the store itself
+// writes: keys of 21 bytes in ascending order, `key = value`, a line feed.
+#include <boost/property_tree/ini_parser.hpp>
 #include <glib.h>
 #include <ini.h>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
-#include <boost/property_tree/ini_parser.hpp>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -56,7 +57,8 @@ Tree ReadTree(const std::string& text) {
 
 KeyFile ReadGroup(const std::string& textWithGroup) {
   KeyFile file(g_key_file_new(), g_key_file_free);
-  g_key_file_load_from_data(file.get(), textWithGroup.data(), textWithGroup.size(), G_KEY_FILE_NONE, nullptr);
+  g_key_file_load_from_data(file.get(), textWithGroup.data(), textWithGroup.size(), G_KEY_FILE_NONE,
+                            nullptr);
   return file;
 }
 
@@ -74,10 +76,13 @@ ConfigEntries ReadWithInih(const std::string& text) {
 
 constexpr bool IsKeyCharacter(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-         (character >= '0' && character <= '9') || character == '_' || character == '/' || character == '\\';
+         (character >= '0' && character <= '9') || character == '_' || character == '/' ||
+         character == '\\';
 }
 
-constexpr bool IsSpace(char character) { return character == ' ' || (character >= '\t' && character <= '\r'); }
+constexpr bool IsSpace(char character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
 
 // Drops bad lines without a word.
 ConfigEntries ScanByHand(std::string_view text) {
@@ -98,15 +103,21 @@ ConfigEntries ScanByHand(std::string_view text) {
 }
 
 template <class Parse>
-void RegisterParser(const std::string& job, int lines, const std::string& who, const std::string& text, Parse parse) {
-  const auto run = [=](benchmark::State& state) { TimeMaking(state, BatchOf(lines), [&] { return parse(text); }); };
+void RegisterParser(const std::string& job, int lines, const std::string& who,
+                    const std::string& text, Parse parse) {
+  const auto run = [=](benchmark::State& state) {
+    TimeMaking(state, BatchOf(lines), [&] { return parse(text); });
+  };
   benchmark::RegisterBenchmark(Name(job, lines, who).c_str(), run)->UseManualTime();
 }
 
-void RegisterParsers(Config::SConfigFile* config, const std::string& job, const std::vector<std::string>& lines) {
+void RegisterParsers(Config::SConfigFile* config, const std::string& job,
+                     const std::vector<std::string>& lines) {
   const int count = static_cast<int>(lines.size());
   const std::string text = Join(lines);
-  const auto parse = [config](const std::string& content) { return config->ParseContent(content, "bench"); };
+  const auto parse = [config](const std::string& content) {
+    return config->ParseContent(content, "bench");
+  };
   RegisterParser(job, count, "ours", text, parse);
   RegisterParser(job, count, "inih", text, ReadWithInih);
   RegisterParser(job, count, "property_tree", text, ReadTree);
@@ -121,7 +132,8 @@ std::string AppendAll(const ConfigEntries& entries) {
   for (const auto& [key, value] : entries) size += key.size() + 3 + value.size() + 1;
   std::string text;
   text.reserve(size);
-  for (const auto& [key, value] : entries) text.append(key).append(" = ").append(value).append(1, '\n');
+  for (const auto& [key, value] : entries)
+    text.append(key).append(" = ").append(value).append(1, '\n');
   return text;
 }
 
@@ -131,7 +143,9 @@ std::string TreeToText(const Tree& tree) {
   return std::move(output).str();
 }
 
-GlibText KeyFileToText(const KeyFile& file) { return {g_key_file_to_data(file.get(), nullptr, nullptr), g_free}; }
+GlibText KeyFileToText(const KeyFile& file) {
+  return {g_key_file_to_data(file.get(), nullptr, nullptr), g_free};
+}
 
 void WriteAtOnce(const std::string& path, const std::string& text) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -140,7 +154,8 @@ void WriteAtOnce(const std::string& path, const std::string& text) {
 }
 
 void WriteStream(const std::string& path, std::string_view text) {
-  std::ofstream(path, std::ios::trunc).write(text.data(), static_cast<std::streamsize>(text.size()));
+  std::ofstream(path, std::ios::trunc)
+      .write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 // `read` makes what `format` turns into text, and `save` into a file.
@@ -165,20 +180,25 @@ void RegisterWriter(int lines, const std::string& who, Read read, Save save) {
 }
 
 void RegisterFormatters(Config::SConfigFile* config, int lines) {
-  RegisterFormatter(lines, "ours", ScanByHand, [=](const auto& entries) { return config->FormatEntries(entries); });
+  RegisterFormatter(lines, "ours", ScanByHand,
+                    [=](const auto& entries) { return config->FormatEntries(entries); });
   RegisterFormatter(lines, "property_tree", ReadTree, TreeToText);
   RegisterFormatter(lines, "gkeyfile", ReadKeyFile, KeyFileToText);
   RegisterFormatter(lines, "floor", ScanByHand, AppendAll);
 
-  RegisterWriter(lines, "ours", ScanByHand,
-                 [=](const std::string& path, const auto& entries) { config->WriteFile(entries, path); });
-  RegisterWriter(lines, "property_tree", ReadTree,
-                 [](const std::string& path, const Tree& tree) { boost::property_tree::write_ini(path, tree); });
+  RegisterWriter(lines, "ours", ScanByHand, [=](const std::string& path, const auto& entries) {
+    config->WriteFile(entries, path);
+  });
+  RegisterWriter(lines, "property_tree", ReadTree, [](const std::string& path, const Tree& tree) {
+    boost::property_tree::write_ini(path, tree);
+  });
   // Its own way of saving waits for the disk.
-  RegisterWriter(lines, "gkeyfile", ReadKeyFile,
-                 [](const std::string& path, const KeyFile& file) { WriteStream(path, KeyFileToText(file).get()); });
-  RegisterWriter(lines, "floor", ScanByHand,
-                 [](const std::string& path, const auto& entries) { WriteAtOnce(path, AppendAll(entries)); });
+  RegisterWriter(lines, "gkeyfile", ReadKeyFile, [](const std::string& path, const KeyFile& file) {
+    WriteStream(path, KeyFileToText(file).get());
+  });
+  RegisterWriter(lines, "floor", ScanByHand, [](const std::string& path, const auto& entries) {
+    WriteAtOnce(path, AppendAll(entries));
+  });
 }
 
 }  // namespace

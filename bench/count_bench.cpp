@@ -1,6 +1,7 @@
 // One reference copied and dropped, alone and by four threads on the same object.
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
+
 #include <memory>
 
 #include "bench.h"
@@ -27,7 +28,9 @@ void RegisterPointer(const std::string& who, const Pointer& pointer) {
         benchmark::DoNotOptimize(copy.get());
       }
     };
-    benchmark::RegisterBenchmark(Name("copy_and_drop", threads, who).c_str(), run)->Threads(threads)->UseRealTime();
+    benchmark::RegisterBenchmark(Name("copy_and_drop", threads, who).c_str(), run)
+        ->Threads(threads)
+        ->UseRealTime();
   }
 }
 

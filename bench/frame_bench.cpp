@@ -1,11 +1,11 @@
 // A tick with many reactors, and delayed calls: scheduled, served, cancelled.
-#include <uv.h>
-
-#include <array>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal_type.hpp>
+#include <uv.h>
+
+#include <array>
 #include <deque>
 #include <functional>
 #include <vector>
@@ -26,7 +26,8 @@ void ReadClock() { benchmark::DoNotOptimize(std::chrono::steady_clock::now()); }
 
 // ---- Reactors.
 
-void TickReactors(benchmark::State& state, SFrameUtility* frames, int count, std::uint64_t interval) {
+void TickReactors(benchmark::State& state, SFrameUtility* frames, int count,
+                  std::uint64_t interval) {
   std::uint64_t sum = 0;
   std::vector<Vorn::IntrudablePtr<IFrameReactor>> reactors;
   for (int index = 0; index < count; ++index) {
@@ -39,7 +40,8 @@ void TickReactors(benchmark::State& state, SFrameUtility* frames, int count, std
 
 void EmitSignal(benchmark::State& state, int count) {
   namespace Signals = boost::signals2;
-  using Signal = Signals::signal_type<void(std::uint64_t), Signals::keywords::mutex_type<Signals::dummy_mutex>>::type;
+  using Signal = Signals::signal_type<void(std::uint64_t),
+                                      Signals::keywords::mutex_type<Signals::dummy_mutex>>::type;
   std::uint64_t sum = 0;
   Signal signal;
   for (int index = 0; index < count; ++index) signal.connect(AddTo(&sum));
@@ -52,7 +54,8 @@ void EmitSignal(benchmark::State& state, int count) {
 template <class Before>
 void CallEach(benchmark::State& state, int count, Before before) {
   std::uint64_t sum = 0;
-  const std::vector<std::function<void(std::uint64_t)>> callbacks(static_cast<std::size_t>(count), AddTo(&sum));
+  const std::vector<std::function<void(std::uint64_t)>> callbacks(static_cast<std::size_t>(count),
+                                                                  AddTo(&sum));
   std::uint64_t frame = 0;
   for (auto _ : state) {
     ++frame;
@@ -82,8 +85,8 @@ void RegisterReactors(SFrameUtility* frames, int count) {
   });
 }
 
-// ---- Delayed calls. Each kind schedules `count` calls that are due at once, cancels one of them by what scheduling it
-// returned, and serves the others.
+// ---- Delayed calls. Each kind schedules `count` calls that are due at once, cancels one of them
+// by what scheduling it returned, and serves the others.
 
 class OurCalls {
  public:
@@ -147,7 +150,9 @@ class UvTimers {
   UvTimers& operator=(const UvTimers&) = delete;
 
   void Schedule() {
-    const uv_timer_cb addOne = [](uv_timer_t* fired) { *static_cast<std::uint64_t*>(fired->data) += 1; };
+    const uv_timer_cb addOne = [](uv_timer_t* fired) {
+      *static_cast<std::uint64_t*>(fired->data) += 1;
+    };
     for (uv_timer_t& timer : timers) uv_timer_start(&timer, addOne, 0, 0);
   }
   void Cancel(std::size_t index) { uv_timer_stop(&timers[index]); }
@@ -183,7 +188,8 @@ class QueueFloor {
   std::deque<std::function<void(std::uint64_t)>> queue;
 };
 
-// A queue that has to be searched, as an id that several calls may share does not tell where they stand.
+// A queue that has to be searched, as an id that several calls may share does not tell where they
+// stand.
 class SearchFloor {
  public:
   explicit SearchFloor(std::size_t calls) : count(calls) {}
@@ -233,12 +239,14 @@ void CancelOneByOne(benchmark::State& state, Calls&& calls, std::size_t count) {
 
 void RegisterCalls(SFrameUtility* frames, std::size_t count) {
   const auto add = [count](const std::string& who, auto makeCalls) {
-    benchmark::RegisterBenchmark(Name("delayed_calls", count, who).c_str(),
-                                 [=](benchmark::State& state) { ScheduleAndServe(state, *makeCalls(), count); });
+    benchmark::RegisterBenchmark(
+        Name("delayed_calls", count, who).c_str(),
+        [=](benchmark::State& state) { ScheduleAndServe(state, *makeCalls(), count); });
   };
   const auto addCancel = [count](const std::string& who, auto makeCalls) {
-    benchmark::RegisterBenchmark(Name("cancel_one_call", count, who).c_str(),
-                                 [=](benchmark::State& state) { CancelOneByOne(state, *makeCalls(), count); });
+    benchmark::RegisterBenchmark(
+        Name("cancel_one_call", count, who).c_str(),
+        [=](benchmark::State& state) { CancelOneByOne(state, *makeCalls(), count); });
   };
   const auto makeOurs = [=] { return std::make_unique<OurCalls>(frames, count); };
   const auto makeAsio = [=] { return std::make_unique<AsioTimers>(count); };

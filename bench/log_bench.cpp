@@ -1,8 +1,10 @@
-// One line of 40 bytes, with its copy on a stream that discards it, and written to a file in batches.
-#include <glog/logging.h>
+// One line of 40 bytes, with its copy on a stream that discards it, and written to a file in
+// batches.
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/ostream_sink.h>
 #include <spdlog/spdlog.h>
+
+#include <glog/logging.h>
 
 #include <iostream>
 #include <mutex>
@@ -37,7 +39,8 @@ class OneSink {
 
  protected:
   const ScopedFolder folder;
-  spdlog::logger logger{"bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(folder.File("log.txt"))};
+  spdlog::logger logger{
+      "bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(folder.File("log.txt"))};
 };
 
 class TwoSinks : public OneSink {
@@ -95,7 +98,8 @@ void RegisterLogger(const std::string& who) {
 
 void RegisterLog() {
   google::InitGoogleLogging("bench");
-  for (const auto severity : {google::WARNING, google::ERROR, google::FATAL}) google::SetLogDestination(severity, "");
+  for (const auto severity : {google::WARNING, google::ERROR, google::FATAL})
+    google::SetLogDestination(severity, "");
   RegisterLogger<OurLog>("ours");
   RegisterLogger<TwoSinks>("spdlog_two_sinks");
   RegisterLogger<OneSink>("spdlog");

@@ -1,5 +1,5 @@
-// The benchmarks, with the options of Google Benchmark and --smoke. Runs in a new folder, which it removes: paths among
-// the options must be absolute.
+// The benchmarks, with the options of Google Benchmark and --smoke. Runs in a new folder, which it
+// removes: paths among the options must be absolute.
 #include <algorithm>
 #include <iostream>
 #include <string_view>
@@ -24,7 +24,8 @@ bool TakeFlag(int& argc, char** argv, std::string_view flag) {
   return found;
 }
 
-// The C++ library counts without atomic steps until a process has had a second thread, as every engine has.
+// The C++ library counts without atomic steps until a process has had a second thread, as every
+// engine has.
 void HaveHadAThread() {
   std::thread([] {}).join();
 }

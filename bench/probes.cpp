@@ -32,16 +32,19 @@ Nanoseconds KeepLines(std::size_t count) {
 
 double SecondsInFreshProcess(const std::string& probe, const std::string& argument) {
   const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-  const std::string command = '\'' + program + "' " + ProbeFlag + ' ' + probe + " '" + argument + '\'';
+  const std::string command =
+      '\'' + program + "' " + ProbeFlag + ' ' + probe + " '" + argument + '\'';
   std::FILE* const output = popen(command.c_str(), "r");
   double nanoseconds = 0;
   const bool answered = output != nullptr && std::fscanf(output, "%lf", &nanoseconds) == 1;
-  if (output == nullptr || pclose(output) != 0 || !answered) throw std::runtime_error("failed: " + command);
+  if (output == nullptr || pclose(output) != 0 || !answered)
+    throw std::runtime_error("failed: " + command);
   return nanoseconds * 1e-9;
 }
 
 int RunProbe(const std::string& probe, const std::string& argument) {
-  const Nanoseconds taken = probe == MakeLogProbe ? MakeLog(argument) : KeepLines(std::stoull(argument));
+  const Nanoseconds taken =
+      probe == MakeLogProbe ? MakeLog(argument) : KeepLines(std::stoull(argument));
   std::cout << taken.count() << '\n';
   return 0;
 }

@@ -1,5 +1,5 @@
-// Jobs that a process can do once only, because a factory works once. Each is measured inside a fresh process, which
-// is this program started anew.
+// Jobs that a process can do once only, because a factory works once. Each is measured inside a
+// fresh process, which is this program started anew.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,10 @@ namespace Common::Bench {
 // The argument that makes this program a probe, followed by the probe's name and its argument.
 inline const std::string ProbeFlag = "--probe";
 
-inline const std::string MakeLogProbe = "make_log";      // in the folder: how long the log's factory takes
-inline const std::string KeepLinesProbe = "keep_lines";  // how long it takes to log so many lines into memory
+inline const std::string MakeLogProbe =
+    "make_log";  // in the folder: how long the log's factory takes
+inline const std::string KeepLinesProbe =
+    "keep_lines";  // how long it takes to log so many lines into memory
 
 // Runs the probe in a fresh process and returns what it measured.
 double SecondsInFreshProcess(const std::string& probe, const std::string& argument);

@@ -41,7 +41,8 @@ void RegisterMeasuring(SPerformanceProfiler* profiler) {
   RegisterJob("further_records/2/floor", ReadClockTwice);
 }
 
-// Google Benchmark's own timer, which also reads the processor time. It cannot be timed by the loop that it stops.
+// Google Benchmark's own timer, which also reads the processor time. It cannot be timed by the loop
+// that it stops.
 void RegisterOtherTimer() {
   constexpr int Pairs = 1'000;
   const auto run = [](benchmark::State& state) {
@@ -68,7 +69,8 @@ std::string AccumulatorName(int index) { return "subsystem_" + std::to_string(in
 void FillProfiler(SPerformanceProfiler* profiler) {
   for (int accumulator = 0; accumulator < AccumulatorCount; ++accumulator) {
     AccumulatorHandle handle = profiler->OpenAccumulator(AccumulatorName(accumulator));
-    for (int record = 1; record < RecordsPerAccumulator; ++record) handle.GoOnTo(RecordName(record));
+    for (int record = 1; record < RecordsPerAccumulator; ++record)
+      handle.GoOnTo(RecordName(record));
     handle.Stop();
     for (MeasureRecord& record : *handle.records) record.totalTime = record.calls * 123'456;
   }
@@ -97,7 +99,8 @@ void WriteReportByHand(const Accumulators& accumulators, const std::string& path
     size += static_cast<std::size_t>(std::snprintf(&text[size], LongestRow, format, values...));
   };
   for (const auto& [name, records] : accumulators) {
-    append("Profile for accumulator: \t%s\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n", name.c_str());
+    append("Profile for accumulator: \t%s\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n",
+           name.c_str());
     for (const MeasureRecord& record : records) {
       append("%s/%s\t%lu\t%g\t%lu\t%lu\n", name.c_str(), record.name.c_str(), record.totalTime,
              static_cast<double>(record.totalTime) * 1e-6, record.calls, record.measureCost);
@@ -113,7 +116,8 @@ void RegisterReport() {
   const std::shared_ptr<SPerformanceProfiler> profiler(ManufacturePerformanceProfiler());
   FillProfiler(profiler.get());
   const auto folder = std::make_shared<ScopedFolder>(MemoryFolder);
-  RegisterJob(Name("report", Records, "ours"), [=] { profiler->WriteReport(folder->File("report.csv")); });
+  RegisterJob(Name("report", Records, "ours"),
+              [=] { profiler->WriteReport(folder->File("report.csv")); });
   RegisterJob(Name("report", Records, "floor"), [folder, accumulators = MakeRecords()] {
     WriteReportByHand(accumulators, folder->File("report_by_hand.csv"));
   });

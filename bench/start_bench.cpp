@@ -1,5 +1,5 @@
-// What can be done once in a process only: the log's start beside an archive of many logs, and lines that wait in
-// memory.
+// What can be done once in a process only: the log's start beside an archive of many logs, and
+// lines that wait in memory.
 #include <fstream>
 
 #include "bench.h"
@@ -8,9 +8,11 @@
 namespace Common::Bench {
 namespace {
 
-// A working directory with the log of an earlier run and an archive of `count` more. Made when it is first asked for.
+// A working directory with the log of an earlier run and an archive of `count` more. Made when it
+// is first asked for.
 std::string FolderWithArchive(int count) {
-  const std::filesystem::path folder = std::filesystem::current_path() / ("archive_" + std::to_string(count));
+  const std::filesystem::path folder =
+      std::filesystem::current_path() / ("archive_" + std::to_string(count));
   const std::filesystem::path archive = folder / "old_logs";
   if (!std::filesystem::create_directories(archive)) return folder;
   std::ofstream(folder / "zeb_log.txt") << "an earlier run\n";
@@ -21,7 +23,8 @@ std::string FolderWithArchive(int count) {
 }
 
 template <class Argument>
-void RegisterProbe(const std::string& name, const std::string& probe, Argument argument, int repeats) {
+void RegisterProbe(const std::string& name, const std::string& probe, Argument argument,
+                   int repeats) {
   const auto run = [=](benchmark::State& state) {
     const std::string given = argument();
     for (auto _ : state) state.SetIterationTime(SecondsInFreshProcess(probe, given));
@@ -34,13 +37,13 @@ void RegisterProbe(const std::string& name, const std::string& probe, Argument a
 void RegisterStart(const Plan& plan) {
   for (const int archived : {10, 1'000, 10'000}) {
     RegisterProbe(
-        Name("log_start", archived, "ours"), MakeLogProbe, [archived] { return FolderWithArchive(archived); },
-        plan.smoke ? 1 : 50);
+        Name("log_start", archived, "ours"), MakeLogProbe,
+        [archived] { return FolderWithArchive(archived); }, plan.smoke ? 1 : 50);
   }
   for (const int lines : {1'000, 10'000, 100'000}) {
     RegisterProbe(
-        Name("lines_in_memory", lines, "ours"), KeepLinesProbe, [lines] { return std::to_string(lines); },
-        plan.smoke ? 1 : 10);
+        Name("lines_in_memory", lines, "ours"), KeepLinesProbe,
+        [lines] { return std::to_string(lines); }, plan.smoke ? 1 : 10);
   }
 }
 

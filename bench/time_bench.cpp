@@ -1,4 +1,5 @@
-// Reading the clock, a signal's value, and waiting: how late a wait returns and how much of the processor it takes.
+// Reading the clock, a signal's value, and waiting: how late a wait returns and how much of the
+// processor it takes.
 #include <SDL_timer.h>
 
 #include <algorithm>
@@ -39,8 +40,10 @@ void RegisterSignal() {
 using Microseconds = std::chrono::duration<double, std::micro>;
 
 double Percentile(std::vector<double> samples, double share) {
-  const auto rank = static_cast<std::size_t>(std::ceil(share * static_cast<double>(samples.size()))) - 1;
-  std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(rank), samples.end());
+  const auto rank =
+      static_cast<std::size_t>(std::ceil(share * static_cast<double>(samples.size()))) - 1;
+  std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(rank),
+                   samples.end());
   return samples[rank];
 }
 
@@ -67,13 +70,18 @@ void RegisterWaits(bool smoke) {
   for (const std::uint64_t length : {200U, 1'000U, 5'000U, 16'667U}) {
     const auto add = [=](const std::string& who, auto sleep) {
       const auto run = [=](benchmark::State& state) { MeasureWaits(state, length, sleep); };
-      benchmark::RegisterBenchmark(Name("wait", length, who).c_str(), run)->Iterations(smoke ? 5 : 100)->UseRealTime();
+      benchmark::RegisterBenchmark(Name("wait", length, who).c_str(), run)
+          ->Iterations(smoke ? 5 : 100)
+          ->UseRealTime();
     };
     add("ours", [=](std::uint64_t microseconds) { clock->Wait(microseconds); });
-    add("sleep_for",
-        [](std::uint64_t microseconds) { std::this_thread::sleep_for(std::chrono::microseconds(microseconds)); });
+    add("sleep_for", [](std::uint64_t microseconds) {
+      std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+    });
     // Whole milliseconds are all it knows, so it is asked for the next one.
-    add("sdl_delay", [](std::uint64_t microseconds) { SDL_Delay(static_cast<Uint32>((microseconds + 999) / 1000)); });
+    add("sdl_delay", [](std::uint64_t microseconds) {
+      SDL_Delay(static_cast<Uint32>((microseconds + 999) / 1000));
+    });
   }
 }
 

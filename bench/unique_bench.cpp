@@ -1,6 +1,7 @@
 // Ids and unique names, beside random ids of the usual kind.
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
+
 #include <charconv>
 #include <string_view>
 
@@ -32,8 +33,10 @@ std::string MakeUuidText() {
 void RegisterUnique(const Plan& plan) {
   Unique::SRuntimeUniqueId* const ids = plan.services.ids.get();
   RegisterJob("next_id/1/ours", [ids] { benchmark::DoNotOptimize(ids->NextId()); });
-  RegisterJob("next_id/1/floor", [counter = MakeCounter()] { benchmark::DoNotOptimize(counter->Next()); });
-  RegisterJob("unique_name/1/ours", [ids] { benchmark::DoNotOptimize(ids->MakeUniqueName(ObjectName)); });
+  RegisterJob("next_id/1/floor",
+              [counter = MakeCounter()] { benchmark::DoNotOptimize(counter->Next()); });
+  RegisterJob("unique_name/1/ours",
+              [ids] { benchmark::DoNotOptimize(ids->MakeUniqueName(ObjectName)); });
   RegisterJob("unique_name/1/uuid", [] { benchmark::DoNotOptimize(MakeUuidText()); });
   RegisterJob("unique_name/1/floor", [last = std::make_shared<std::int64_t>(0)] {
     benchmark::DoNotOptimize(MakeNameByHand(++*last, ObjectName));

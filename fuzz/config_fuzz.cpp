@@ -1,5 +1,6 @@
-// Reading and writing settings, against a scanner that knows only when a line is good: it opens with key bytes, then
-// comes white space, then "=". Each input is taken twice, as a text to read and as entries to write.
+// Reading and writing settings, against a scanner that knows only when a line is good: it opens
+// with key bytes, then comes white space, then "=". Each input is taken twice, as a text to read
+// and as entries to write.
 #include <common/config_file.h>
 
 #include <sstream>
@@ -24,8 +25,8 @@ struct Reading {
 };
 
 bool IsKeyByte(char byte) {
-  return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '_' ||
-         byte == '/' || byte == '\\';
+  return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+         (byte >= '0' && byte <= '9') || byte == '_' || byte == '/' || byte == '\\';
 }
 
 bool IsWhiteSpace(char byte) { return WhiteSpace.find(byte) != std::string_view::npos; }
@@ -73,9 +74,9 @@ struct Host {
   const std::unique_ptr<Config::SConfigFile> store{ManufactureConfigFile()};
 
   Reading Read(const std::string& text) {
-    log->errors.clear();
+    log->lines.clear();
     ConfigEntries entries = store->ParseContent(text, Name);
-    return {std::move(entries), log->errors};
+    return {std::move(entries), log->TextsOf(Kit::StandInLog::Kind::Error)};
   }
 };
 
@@ -106,13 +107,16 @@ bool IsKey(const std::string& text) {
 }
 
 // What is read back of a written entry, by its value's form alone.
-std::string ReadBack(const std::string& value) { return WithoutWhiteSpaceAtStart(UpToNul(WithoutReturnsAtEnd(value))); }
+std::string ReadBack(const std::string& value) {
+  return WithoutWhiteSpaceAtStart(UpToNul(WithoutReturnsAtEnd(value)));
+}
 
-// A line feed makes two lines of an entry, and these characters in a key may make another key of it. Such entries have
-// only the scanner to be compared with.
+// A line feed makes two lines of an entry, and these characters in a key may make another key of
+// it. Such entries have only the scanner to be compared with.
 bool StaysOneEntry(const std::string& key, const std::string& value) {
   return value.find('\n') == std::string::npos &&
-         (IsKey(key) || (key.find('=') == std::string::npos && key.find_first_of(WhiteSpace) == std::string::npos));
+         (IsKey(key) || (key.find('=') == std::string::npos &&
+                         key.find_first_of(WhiteSpace) == std::string::npos));
 }
 
 void CheckWriting(const ConfigEntries& entries) {
@@ -132,7 +136,8 @@ void CheckWriting(const ConfigEntries& entries) {
 
   const Reading reading = host.Read(host.store->FormatEntries(plainEntries));
   Check(reading.entries == plainReading.entries, "entries come back but for the forms that cannot");
-  Check(reading.errors.size() == plainEntries.size() - plainReading.entries.size(), "each bad key is reported");
+  Check(reading.errors.size() == plainEntries.size() - plainReading.entries.size(),
+        "each bad key is reported");
 }
 
 }  // namespace

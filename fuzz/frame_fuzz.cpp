@@ -1,7 +1,9 @@
-// Operations on the frame utility, from outside a tick and from inside its callbacks, against a plain model that runs
-// beside it. The model tells which callable has to run next; each callable that runs compares itself with that.
+// Operations on the frame utility, from outside a tick and from inside its callbacks, against a
+// plain model that runs beside it. The model tells which callable has to run next; each callable
+// that runs compares itself with that.
 #include <common/frame_utility.h>
 #include <common/message_totem.h>
+
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <deque>
@@ -15,8 +17,8 @@ namespace {
 using namespace Common;
 using Fuzz::Check;
 
-// Callables are known by number. These two stand for the one that the utility itself puts in, and for an empty
-// function.
+// Callables are known by number. These two stand for the one that the utility itself puts in, and
+// for an empty function.
 constexpr std::uint64_t DoesNothing = 0;
 constexpr std::uint64_t IsEmpty = 1;
 
@@ -70,7 +72,8 @@ struct Model {
   }
 
   std::optional<Event> NextReactor() {
-    for (auto entry = reactors.upper_bound(reactor); entry != reactors.end(); entry = reactors.upper_bound(reactor)) {
+    for (auto entry = reactors.upper_bound(reactor); entry != reactors.end();
+         entry = reactors.upper_bound(reactor)) {
       reactor = entry->first;
       Reactor& present = entry->second;
       if (present.interval != 0) {
@@ -144,7 +147,9 @@ class Host {
 
   // What a callable owns: it calls back when it runs, and also when it is destroyed.
   struct Callable {
-    Callable(Host* hostOfAll, std::uint64_t ownNumber) : host(hostOfAll), number(ownNumber) { ++host->callablesAlive; }
+    Callable(Host* hostOfAll, std::uint64_t ownNumber) : host(hostOfAll), number(ownNumber) {
+      ++host->callablesAlive;
+    }
     ~Callable() {
       --host->callablesAlive;
       host->OperateInDestructor();
@@ -159,7 +164,8 @@ class Host {
     return kind < 2 ? kind : ++lastNumber;
   }
 
-  // Mostly times that meet the present one, else such that sums of them wrap, which also set the clock back.
+  // Mostly times that meet the present one, else such that sums of them wrap, which also set the
+  // clock back.
   std::uint64_t DrawTime() {
     const auto kind = data->ConsumeIntegralInRange(0, 15);
     const auto small = data->ConsumeIntegralInRange<std::uint64_t>(0, 20);
@@ -232,12 +238,15 @@ class Host {
     model.BeginTick();
     try {
       frames->Tick();
-      Check(model.NextEvent() == Event{Event::Returns}, "a tick returns when all has run that is due");
+      Check(model.NextEvent() == Event{Event::Returns},
+            "a tick returns when all has run that is due");
     } catch (const Thrown&) {
     } catch (const std::bad_function_call&) {
-      Check(model.NextEvent() == Event{Event::ThrowsBadCall}, "an empty function is run when it is due");
+      Check(model.NextEvent() == Event{Event::ThrowsBadCall},
+            "an empty function is run when it is due");
     } catch (const Vorn::MissingInstance&) {
-      Check(model.NextEvent() == Event{Event::ThrowsMissingClock}, "a tick reads the clock when it must");
+      Check(model.NextEvent() == Event{Event::ThrowsMissingClock},
+            "a tick reads the clock when it must");
     }
   }
 
@@ -252,7 +261,8 @@ class Host {
   IFrameReactor* DrawReactor() {
     if (model.reactors.empty()) return nullptr;
     const auto index = data->ConsumeIntegralInRange<std::size_t>(0, model.reactors.size() - 1);
-    IFrameReactor* const drawn = std::next(model.reactors.begin(), static_cast<std::ptrdiff_t>(index))->first;
+    IFrameReactor* const drawn =
+        std::next(model.reactors.begin(), static_cast<std::ptrdiff_t>(index))->first;
     return inside == Inside::ReactorCallback && drawn == model.reactor ? nullptr : drawn;
   }
 
@@ -282,7 +292,8 @@ class Host {
     }
     const std::uint64_t stamp = model.ReadClock();
     model.calls.push_back({stamp, delay, argument, number});
-    Check(frames->ScheduleCall(MakeCallback(number), argument, delay) == stamp, "the id is the time");
+    Check(frames->ScheduleCall(MakeCallback(number), argument, delay) == stamp,
+          "the id is the time");
   }
 
   std::uint64_t DrawId() {
@@ -329,8 +340,10 @@ class Host {
     const auto* const totem = Vorn::Singleton<SMessageTotem, std::shared_ptr>::Get();
     Check(totem->frameNumber.Read() == model.frameNumber, "the frame number counts the ticks");
     Check(totem->fourByteValue.Read().parts[0] == model.value, "the last write of a frame wins");
-    Check(totem->fourByteValuePrevious.Read().parts[0] == model.previousValue, "the value of the frame before");
-    Check(clock == nullptr || (*clock)->now == model.now, "the clock is read as often as it must be");
+    Check(totem->fourByteValuePrevious.Read().parts[0] == model.previousValue,
+          "the value of the frame before");
+    Check(clock == nullptr || (*clock)->now == model.now,
+          "the clock is read as often as it must be");
     Check(callablesAlive == model.CallablesHeld(), "a callable lives as long as it is held");
   }
 

@@ -1,12 +1,13 @@
-// Lack of memory: operations of all services, each with an allocation of the input's choice failing. Either nothing
-// has changed and std::bad_alloc is thrown, or the operation succeeds; locks, files and services stay in order, and
-// nothing leaks.
+// Lack of memory: operations of all services, each with an allocation of the input's choice
+// failing. Either nothing has changed and std::bad_alloc is thrown, or the operation succeeds;
+// locks, files and services stay in order, and nothing leaks.
 #include <common/config_file.h>
 #include <common/frame_utility.h>
 #include <common/performance_profiler.h>
 #include <common/runtime_unique_id.h>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <vorn_lnk/file>
+
+#include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -70,7 +71,8 @@ struct Host {
   ~Host() {
     logOwner = nullptr;
     const std::string written = ReadFile(LogFile);
-    Check(std::count(written.begin(), written.end(), '\n') == lines, "each line that was taken is in the file");
+    Check(std::count(written.begin(), written.end(), '\n') == lines,
+          "each line that was taken is in the file");
   }
 
   const Folder folder;
@@ -139,7 +141,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
       Check(allocationsUntilFailure == 0, "only the allocation that was to fail has failed");
     }
     allocationsUntilFailure = 0;
-    if (operation == 2) Check(ReadFile(MainFile) == MainText, "no file is cut for what cannot be written");
+    if (operation == 2)
+      Check(ReadFile(MainFile) == MainText, "no file is cut for what cannot be written");
   }
   return 0;
 }

@@ -1,18 +1,19 @@
 // What the fuzz targets share: a check that ends the run, and the stand-ins of the samples.
 //
-// A factory works once a process, so a target keeps its service for all inputs, together with the stand-ins that the
-// service asks for, in one static object whose members end in the right order at exit.
+// A factory works once a process, so a target keeps its service for all inputs, together with the
+// stand-ins that the service asks for, in one static object whose members end in the right order at
+// exit.
 #pragma once
+
+#include <common/kit/stand_ins.h>
 
 #include <cstdlib>
 #include <iostream>
 
-#include "testing/stand_ins.h"
-
 namespace Common::Fuzz {
 
-using Test::StoredClock;
-using Test::StoredLog;
+using StoredClock = Kit::Stored<Kit::StandInClock>;
+using StoredLog = Kit::Stored<Kit::StandInLog>;
 
 inline void Check(bool holds, const char* claim) {
   if (holds) return;

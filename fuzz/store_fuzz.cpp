@@ -1,6 +1,7 @@
-// Operations on the settings store, against a plain map and the rule of a number's text. The store forgets nothing, so
-// the map goes on from input to input; short keys keep both small.
+// Operations on the settings store, against a plain map and the rule of a number's text. The store
+// forgets nothing, so the map goes on from input to input; short keys keep both small.
 #include <common/config_file.h>
+
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <charconv>
@@ -40,7 +41,8 @@ std::int32_t ToNumber(std::string_view text, std::int32_t otherwise) {
 
 // Every second value is made of what numbers are made of.
 std::string DrawValue(FuzzedDataProvider& data) {
-  static constexpr char NumberCharacters[] = {'0', '1', '2', '3', '4', '6', '7', '8', '9', '+', '-', ' '};
+  static constexpr char NumberCharacters[] = {'0', '1', '2', '3', '4', '6',
+                                              '7', '8', '9', '+', '-', ' '};
   if (data.ConsumeBool()) return data.ConsumeRandomLengthString(LongestValue);
   std::string value;
   for (auto left = data.ConsumeIntegralInRange<std::size_t>(0, LongestValue); left > 0; --left) {
@@ -55,12 +57,14 @@ void Operate(FuzzedDataProvider& data) {
   switch (data.ConsumeIntegralInRange(0, 5)) {
     case 0: {
       const std::string value = DrawValue(data);
-      Check(store->GetString(key, value) == model.try_emplace(key, value).first->second, "GetString adds or gives");
+      Check(store->GetString(key, value) == model.try_emplace(key, value).first->second,
+            "GetString adds or gives");
       break;
     }
     case 1: {
       const auto entry = model.find(key);
-      Check(store->FindString(key) == (entry == model.end() ? std::nullopt : std::optional(entry->second)),
+      Check(store->FindString(key) ==
+                (entry == model.end() ? std::nullopt : std::optional(entry->second)),
             "FindString gives what is there");
       break;
     }
@@ -76,7 +80,8 @@ void Operate(FuzzedDataProvider& data) {
     case 4: {
       const auto number = data.ConsumeIntegral<std::int32_t>();
       const std::string text = model.try_emplace(key, std::to_string(number)).first->second;
-      Check(store->GetInt(key, number) == ToNumber(text, number), "GetInt reads wholly decimal text");
+      Check(store->GetInt(key, number) == ToNumber(text, number),
+            "GetInt reads wholly decimal text");
       break;
     }
     case 5: {
@@ -86,7 +91,8 @@ void Operate(FuzzedDataProvider& data) {
     }
   }
   const auto entry = model.find(key);
-  Check(store->FindString(key) == (entry == model.end() ? std::nullopt : std::optional(entry->second)),
+  Check(store->FindString(key) ==
+            (entry == model.end() ? std::nullopt : std::optional(entry->second)),
         "the store holds what the map holds");
 }
 
@@ -95,6 +101,6 @@ void Operate(FuzzedDataProvider& data) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
   while (data.remaining_bytes() > 0) Operate(data);
-  TheHost().log->errors.clear();
+  TheHost().log->lines.clear();
   return 0;
 }

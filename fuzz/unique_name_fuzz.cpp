@@ -1,6 +1,7 @@
-// Names with prefixes in all states of repair, against the rule of MakeUniqueName taken one prefix at a time, on
-// counters that are put over one another.
+// Names with prefixes in all states of repair, against the rule of MakeUniqueName taken one prefix
+// at a time, on counters that are put over one another.
 #include <common/runtime_unique_id.h>
+
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <limits>
@@ -34,9 +35,11 @@ void CheckNames(std::int64_t& lastId, const std::string& name) {
   Unique::SRuntimeUniqueId& service = TheService();
   const std::string bareName = BareName(name).empty() ? "/object" : BareName(name);
   const std::string first = service.MakeUniqueName(name);
-  Check(first == "/$" + std::to_string(Next(lastId)) + "#" + bareName, "a new prefix in place of all old ones");
+  Check(first == "/$" + std::to_string(Next(lastId)) + "#" + bareName,
+        "a new prefix in place of all old ones");
   const std::string second = service.MakeUniqueName(first);
-  Check(second == "/$" + std::to_string(Next(lastId)) + "#" + bareName, "a unique name is made unique anew");
+  Check(second == "/$" + std::to_string(Next(lastId)) + "#" + bareName,
+        "a unique name is made unique anew");
   Check(service.JoinIdAndText(name, lastId) == std::to_string(lastId) + name, "number and text");
   Check(service.NextIdString() == "/$" + std::to_string(Next(lastId)) + "#", "a prefix alone");
 }
@@ -47,8 +50,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   FuzzedDataProvider data(bytes, size);
   std::vector<std::pair<std::int64_t, Vorn::IntrudablePtr<IScopedIdOverride>>> counters;
   const auto overrideCounter = [&] {
-    const auto start = data.ConsumeBool() ? data.ConsumeIntegral<std::int64_t>()
-                                          : Largest - data.ConsumeIntegralInRange<std::int64_t>(0, 9);
+    const auto start = data.ConsumeBool()
+                           ? data.ConsumeIntegral<std::int64_t>()
+                           : Largest - data.ConsumeIntegralInRange<std::int64_t>(0, 9);
     counters.emplace_back(start, TheService().OverrideCounter(start));
   };
   overrideCounter();

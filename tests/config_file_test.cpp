@@ -12,7 +12,8 @@ const std::string MainFile = "content/config/config.txt";
 const std::string UserFile = "content/config/user.txt";
 
 std::string BadLine(const std::string& name, const std::string& number, const std::string& line) {
-  return "Syntax error reading configuration file: " + name + " at line: " + number + " content: " + line + ".";
+  return "Syntax error reading configuration file: " + name + " at line: " + number +
+         " content: " + line + ".";
 }
 
 struct ConfigFile : testing::Test {
@@ -26,13 +27,14 @@ TEST_F(ConfigFile, TakesTheUserFileFirstAndSavesAllToTheMainFile) {
   WriteBytes(MainFile, "# gone\r\nkept = 1\r\nsame = main\r\n");
   WriteBytes(UserFile, "same = user\nnew = 2");
   Start();
-  EXPECT_EQ(log->errors, Errors{BadLine(MainFile, "1", "# gone")});
+  EXPECT_EQ(ErrorsOf(log), Errors{BadLine(MainFile, "1", "# gone")});
   EXPECT_EQ(store->FindString("missing"), std::nullopt);
   EXPECT_EQ(store->GetString("asked", "first"), "first");
   store->SetString("kept", "");
   EXPECT_EQ(store->GetInt("number", -7), -7);
   store->Save();
-  EXPECT_EQ(ReadBytes(MainFile), OnDisk("asked = first\nkept = \nnew = 2\nnumber = -7\nsame = user\n"));
+  EXPECT_EQ(ReadBytes(MainFile),
+            OnDisk("asked = first\nkept = \nnew = 2\nnumber = -7\nsame = user\n"));
   store->SetString("B", "at the end");
   store.reset();
   EXPECT_EQ(ReadBytes(MainFile).find("B = at the end"), 0U);
@@ -49,9 +51,10 @@ TEST_F(ConfigFile, LoadMovesTheTargetBeforeItReads) {
     EXPECT_EQ(ReadBytes(Vorn::PathFromUtf8(path)), OnDisk("a = main\nb = other\n"));
   }
   EXPECT_EQ(ReadBytes(MainFile), "a = main\nb = main\n");
-  EXPECT_EQ(FailureOf([&] { store->Load("content"); }), "filesystem_error") << "there, but not to be read";
+  EXPECT_EQ(FailureOf([&] { store->Load("content"); }), "filesystem_error")
+      << "there, but not to be read";
   store.reset();
-  EXPECT_EQ(log->errors, Errors{"File 'content' write error."});
+  EXPECT_EQ(ErrorsOf(log), Errors{"File 'content' write error."});
 }
 
 TEST_F(ConfigFile, UnreadableFileEndsTheFactoryAndLosesNothing) {
@@ -65,7 +68,7 @@ TEST_F(ConfigFile, UnreadableFileEndsTheFactoryAndLosesNothing) {
 TEST_F(ConfigFile, AsksForTheLogWhenAMessageIsDue) {
   Start();
   store->WriteFile({}, Vorn::SharedPath::NewWrapped("no/folder.txt"));
-  EXPECT_EQ(log->errors, Errors{"File 'no/folder.txt' write error."});
+  EXPECT_EQ(ErrorsOf(log), Errors{"File 'no/folder.txt' write error."});
   log.Remove();
   store->SetString("a", "1");
   WriteBytes("bad.txt", "a = 2\nbad\n");
@@ -79,26 +82,30 @@ TEST_F(ConfigFile, AsksForTheLogWhenAMessageIsDue) {
 TEST_F(ConfigFile, ReadsLineByLine) {
   Start();
   const std::string text =
-      "\xEF\xBB\xBFmark = 1\n\n\r\n\r\r\nclose=v\nwide \t\v\f\r= \t\v\f\rv \t\v\r\r\na/B\\c_9 = \"x\" = y\rz\n"
-      "twice = 1\nTwice = 2\ntwice = 3\n \t= no key\nbytes = \xC3\xBC\xFF\x01\nnul = v\0w\nnone =\r\nbad\0 = 1\r\n"
+      "\xEF\xBB\xBFmark = 1\n\n\r\n\r\r\nclose=v\nwide \t\v\f\r= \t\v\f\rv \t\v\r\r\na/B\\c_9 = "
+      "\"x\" = y\rz\n"
+      "twice = 1\nTwice = 2\ntwice = 3\n \t= no key\nbytes = \xC3\xBC\xFF\x01\nnul = v\0w\nnone "
+      "=\r\nbad\0 = 1\r\n"
       "\0bad = 1\n# comment\n[head]\n  \n indented = 1\nk.l = 1\nk-l = 1\nk l = 1\n\xE4 = 1\nbare\r\r\nlast = 1"s;
   EXPECT_EQ(store->FormatEntries(store->ParseContent(text, "name")),
-            " = no key\nTwice = 2\na/B\\c_9 = \"x\" = y\rz\nbytes = \xC3\xBC\xFF\x01\nclose = v\nlast = 1\nnone = \n"
+            " = no key\nTwice = 2\na/B\\c_9 = \"x\" = y\rz\nbytes = \xC3\xBC\xFF\x01\nclose = "
+            "v\nlast = 1\nnone = \n"
             "nul = v\ntwice = 3\nwide = v \t\v\n");
   EXPECT_EQ(store->FindString("last"), std::nullopt) << "the store stays as it was";
   Errors errors{BadLine("name", "1", "\xEF\xBB\xBFmark = 1")};
   int number = 15;
-  for (const std::string& line : {"bad\0 = 1"s, "\0bad = 1"s, "# comment"s, "[head]"s, "  "s, " indented = 1"s,
-                                  "k.l = 1"s, "k-l = 1"s, "k l = 1"s, "\xE4 = 1"s, "bare"s}) {
+  for (const std::string& line :
+       {"bad\0 = 1"s, "\0bad = 1"s, "# comment"s, "[head]"s, "  "s, " indented = 1"s, "k.l = 1"s,
+        "k-l = 1"s, "k l = 1"s, "\xE4 = 1"s, "bare"s}) {
     errors.push_back(BadLine("name", std::to_string(number++), line));
   }
-  EXPECT_EQ(log->errors, errors);
+  EXPECT_EQ(ErrorsOf(log), errors);
 }
 
 TEST_F(ConfigFile, ConvertsWholeNumbersAsTheGlobalLocaleDoes) {
   Start();
-  for (const char* text :
-       {"2147483648", "-2147483649", "4294967297", "", "+", "-+1", "1 ", " 1", "1.0", "1e3", "0x1", "1,000"}) {
+  for (const char* text : {"2147483648", "-2147483649", "4294967297", "", "+", "-+1", "1 ", " 1",
+                           "1.0", "1e3", "0x1", "1,000"}) {
     store->SetString("n", text);
     EXPECT_EQ(store->GetInt("n", 42), 42) << text;
     EXPECT_EQ(store->FindString("n"), text);
@@ -110,7 +117,7 @@ TEST_F(ConfigFile, ConvertsWholeNumbersAsTheGlobalLocaleDoes) {
   EXPECT_EQ(store->FindString("n"), "-2,147,483,648");
   EXPECT_EQ(store->GetInt("n", 42), INT32_MIN);
   store->ParseContent(std::string(1233, '\n') + "bad", "name");
-  EXPECT_EQ(log->errors, Errors{BadLine("name", "1,234", "bad")});
+  EXPECT_EQ(ErrorsOf(log), Errors{BadLine("name", "1,234", "bad")});
 }
 
 }  // namespace

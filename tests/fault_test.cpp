@@ -23,8 +23,10 @@ struct Faults : testing::Test {
   // Writes to the file with each service that is told where to write.
   void Write(const std::string& path, bool canOpen) {
     const Capture out(std::cout), err(std::cerr);
-    store->WriteFile({{"two", ""}, {"lines", ""}}, Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(path)));
-    EXPECT_EQ(std::exchange(reports->errors, {}), std::vector(canOpen ? 0 : 1, "File '" + path + "' write error."));
+    store->WriteFile({{"two", ""}, {"lines", ""}},
+                     Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(path)));
+    EXPECT_EQ(ErrorsOf(reports), std::vector(canOpen ? 0 : 1, "File '" + path + "' write error."));
+    reports->lines.clear();
     EXPECT_EQ(FailureOf([&] { profiler->WriteReport(path); }),
               canOpen ? "none" : "Failed to open file " + path + " for writing!");
     log->SetLogFile(path);
@@ -44,7 +46,8 @@ TEST_F(Faults, FilesThatCannotBeOpenedAreReported) {
   fs::create_directory("folder");
   WriteBytes("closed", "kept");
 #ifdef _WIN32
-  std::FILE* const reader = _fsopen("closed", "r", _SH_DENYWR);  // which Wine denies to the superuser too
+  std::FILE* const reader =
+      _fsopen("closed", "r", _SH_DENYWR);  // which Wine denies to the superuser too
 #else
   for (const char* path : {"folder", "closed"}) fs::permissions(path, fs::perms::owner_read);
   const uid_t user = geteuid(), nobody = 65534;
@@ -67,7 +70,8 @@ TEST_F(Faults, StrangeNamesReadersAndFullDisksStopNobody) {
     EXPECT_EQ(store->ReadFile(path), (Config::ConfigEntries{{"key", "value"}}));
     const std::ifstream reader(Vorn::PathFromUtf8(path));
     Write(path, true);
-    EXPECT_EQ(std::ranges::count(ReadBytes(Vorn::PathFromUtf8(path)), '\n'), 1 + 500) << "a report and a batch";
+    EXPECT_EQ(std::ranges::count(ReadBytes(Vorn::PathFromUtf8(path)), '\n'), 1 + 500)
+        << "a report and a batch";
   }
 #ifdef __linux__
   Write("/dev/full", true);
@@ -106,7 +110,8 @@ TEST(Process, MayEndAtOnceAndLoseItsWorkingFolder) {
   EXPECT_EQ(FailureOf(Log::ManufactureMessageLog), "Multiple instances of SMessageLog!");
   StoredLog reports;
   delete ManufactureConfigFile();
-  EXPECT_EQ(reports->errors, std::vector<std::string>{"File 'content/config/config.txt' write error."});
+  EXPECT_EQ(ErrorsOf(reports),
+            std::vector<std::string>{"File 'content/config/config.txt' write error."});
 }
 
 #endif

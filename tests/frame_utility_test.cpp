@@ -34,7 +34,8 @@ struct Frame : testing::Test {
   // In the order of their addresses.
   std::vector<Reactor> MakeReactors(std::size_t count, std::uint64_t interval) {
     std::vector<Reactor> reactors(count);
-    for (Reactor& reactor : reactors) (reactor = utility->CreateReactor(interval))->SetCallback(Note());
+    for (Reactor& reactor : reactors)
+      (reactor = utility->CreateReactor(interval))->SetCallback(Note());
     std::sort(reactors.begin(), reactors.end());
     return reactors;
   }
@@ -49,9 +50,11 @@ TEST_F(Frame, EdgeMakesCurrentWhatWasWritten) {
   SMessageTotem& totem = *Access<SMessageTotem>::Get();
   const auto current = [&totem] {
     const unsigned bytes = totem.byteOne.Read() + totem.byteTwo.Read() + totem.byteThree.Read();
-    const unsigned wide = totem.twelveByteValue.Read().parts[2] + totem.eightByteValue.Read().parts[1];
+    const unsigned wide =
+        totem.twelveByteValue.Read().parts[2] + totem.eightByteValue.Read().parts[1];
     const unsigned before = totem.fourByteValuePrevious.Read().parts[1];
-    return Calls{totem.frameNumber.Read(), before, totem.fourByteValue.Read().parts[1], bytes, wide};
+    return Calls{totem.frameNumber.Read(), before, totem.fourByteValue.Read().parts[1], bytes,
+                 wide};
   };
   totem.frameNumber.Write(70);
   totem.fourByteValuePrevious.Write({{70, 70}});
@@ -89,7 +92,8 @@ TEST_F(Frame, ReactorsDriftAndHaveFiredWhenTheyThrow) {
   EXPECT_THROW(TickAt(20), std::length_error);
   EXPECT_EQ(TickAt(30), (Calls{2, 3, 20})) << "only what had to wait";
   for (const std::size_t place : {1U, 2U}) reactors[place]->Clear();
-  for (const std::uint64_t now : {40U, 50U, 60U, 70U, 1000U, 1015U, 500U}) clock->now = now, utility->Tick();
+  for (const std::uint64_t now : {40U, 50U, 60U, 70U, 1000U, 1015U, 500U})
+    clock->now = now, utility->Tick();
   EXPECT_EQ(calls, (Calls{4, 6, 8, 10})) << "the last because a clock set back wraps";
 }
 
@@ -105,7 +109,8 @@ TEST_F(Frame, CallbacksMayChangeAllButThemselves) {
     reactors[4]->SetCallback(Note(100 * round));
     (late = utility->CreateReactor(0))->SetCallback(Note(1000));
   };
-  for (const std::uint64_t now : {4U, 5U, 6U}) ScheduleAt(now, now == 4 ? FrameCallback(change) : Note());
+  for (const std::uint64_t now : {4U, 5U, 6U})
+    ScheduleAt(now, now == 4 ? FrameCallback(change) : Note());
   EXPECT_EQ(TickAt(6), (Calls{1, 1, 1, 1, 1, 6})) << "what a delayed call schedules waits";
   reactors[0]->SetCallback(change);
   ScheduleAt(5, Note());
@@ -154,7 +159,9 @@ TEST_F(Frame, CallablesMayCallBackAtTheirEnd) {
     utility->CancelCall(1);
     if (action) action();
   };
-  const auto make = [&]() -> FrameCallback { return [end = std::shared_ptr<void>(nullptr, atEnd)](std::uint64_t) {}; };
+  const auto make = [&]() -> FrameCallback {
+    return [end = std::shared_ptr<void>(nullptr, atEnd)](std::uint64_t) {};
+  };
   for (const std::uint64_t now : {1U, 1U, 2U}) ScheduleAt(now, make());
   clock->now = 3;
   utility->CancelCall(1);

@@ -38,7 +38,8 @@ TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
   auto* const first = new Probe(&failureAtEnd);
   auto owner = Access<Probe>::Create(first);
   EXPECT_EQ(entries, (std::map<std::size_t, void*>{{typeid(Access<Probe>).hash_code(), first}}));
-  EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(std::make_unique<Probe>(&failureAtEnd).get()); }), DoubleInstancing);
+  EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(std::make_unique<Probe>(&failureAtEnd).get()); }),
+            DoubleInstancing);
   EXPECT_EQ(failureAtEnd, "none") << "the first service is still there";
   Access<Probe>();
   EXPECT_EQ(Access<Probe>::Get(), first) << "an accessor leaves it";
@@ -73,8 +74,8 @@ TEST(Factories, CountCallsThatFail) {
   EXPECT_EQ(FailureOf(ManufactureFrameUtility), "Multiple instaces of frame utility!");
 }
 
-// A pointer to a virtual operation holds one more than the operation's distance from the table's start, on both
-// systems.
+// A pointer to a virtual operation holds one more than the operation's distance from the table's
+// start, on both systems.
 template <class Operation>
 static std::uintptr_t PlaceOf(Operation operation) {
   return (std::bit_cast<std::array<std::uintptr_t, 2>>(operation)[0] - 1) / sizeof(void*);
@@ -96,24 +97,25 @@ TEST(Abi, VirtualOperationsKeepTheirPlaces) {
   using Store = Config::SConfigFile;
   using Entries = Config::ConfigEntries;
   using Path = Vorn::SharedPath;
-  ExpectTable(&Time::SetOrigin, &Time::Now, &Time::Wait, &Time::MakeTimeFiller, &Time::RunTimingCheck,
-              &Time::MakePeriodic);
+  ExpectTable(&Time::SetOrigin, &Time::Now, &Time::Wait, &Time::MakeTimeFiller,
+              &Time::RunTimingCheck, &Time::MakePeriodic);
   ExpectTable(&IPeriodic::GetValue);
   ExpectTable(&SSeedProvider::SetSeed, &SSeedProvider::NextSeed);
   ExpectTable(&Frame::CreateReactor, &Frame::ScheduleCall, &Frame::CancelCall, &Frame::Tick);
   ExpectTable(&IFrameReactor::SetCallback, &IFrameReactor::Clear);
   ExpectTable(&Vorn::Detail::Intrudable::OnReleased);
-  ExpectTable(&Log::LogError, &Log::LogWarning, &Log::LogMessage, &Log::SetLogFile, &Log::SetLiveOutput,
-              &Log::AddSideLine, &Log::ClearSideLines, &Log::SideLines);
+  ExpectTable(&Log::LogError, &Log::LogWarning, &Log::LogMessage, &Log::SetLogFile,
+              &Log::SetLiveOutput, &Log::AddSideLine, &Log::ClearSideLines, &Log::SideLines);
   ExpectTable(&Profiler::OpenAccumulator, &Profiler::WriteReport, &Profiler::WriteReportAndClear);
-  ExpectTable(&Id::NextId, &Id::NextIdString, &Id::IdToString, &Id::JoinIdAndText, &Id::MakeUniqueName,
-              &Id::OverrideCounter);
+  ExpectTable(&Id::NextId, &Id::NextIdString, &Id::IdToString, &Id::JoinIdAndText,
+              &Id::MakeUniqueName, &Id::OverrideCounter);
   ExpectTable(&Store::ParseContent, static_cast<Entries (Store::*)(Path)>(&Store::ReadFile),
-              static_cast<Entries (Store::*)(const std::string&)>(&Store::ReadFile), &Store::Load, &Store::Save,
+              static_cast<Entries (Store::*)(const std::string&)>(&Store::ReadFile), &Store::Load,
+              &Store::Save,
               static_cast<void (Store::*)(const Entries&, const Path&)>(&Store::WriteFile),
               static_cast<void (Store::*)(const Entries&, const std::string&)>(&Store::WriteFile),
-              &Store::FormatEntries, &Store::GetString, &Store::FindString, &Store::SetString, &Store::SetInt,
-              &Store::GetInt);
+              &Store::FormatEntries, &Store::GetString, &Store::FindString, &Store::SetString,
+              &Store::SetInt, &Store::GetInt);
 }
 
 }  // namespace Common::Test

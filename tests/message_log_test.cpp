@@ -19,7 +19,8 @@ const std::string Header = "T " + Dashes + "\nT ZEB Log: T\nT " + Dashes + "\n";
 
 // The text with each time stamp cut down to a T.
 std::string WithoutTimes(const std::string& text) {
-  return std::regex_replace(text, std::regex(R"(\d{4}-[01]\d-[0-3]\d, [012]\d:[0-5]\d:[0-6]\d:)"), "T");
+  return std::regex_replace(text, std::regex(R"(\d{4}-[01]\d-[0-3]\d, [012]\d:[0-5]\d:[0-6]\d:)"),
+                            "T");
 }
 
 std::string FileText(const fs::path& path = LogName) { return WithoutTimes(ReadBytes(path)); }
@@ -99,13 +100,16 @@ TEST_F(MessageLog, TakesLinesFromSeveralThreads) {
   for (int line = 0; line < 3; ++line) std::getline(file, header);
   std::vector<int> next(threads.size());
   for (int thread, line; file >> date >> time >> thread >> line;) {
-    ASSERT_TRUE(next.at(static_cast<std::size_t>(thread))++ == line && date.size() == 11 && time.size() == 9);
+    ASSERT_TRUE(next.at(static_cast<std::size_t>(thread))++ == line && date.size() == 11 &&
+                time.size() == 9);
   }
   EXPECT_EQ(next, std::vector<int>(threads.size(), Count));
 }
 
 struct ThrowingDate : std::time_put<char> {
-  iter_type do_put(iter_type, std::ios_base&, char, const std::tm*, char, char) const override { throw "no date"; }
+  iter_type do_put(iter_type, std::ios_base&, char, const std::tm*, char, char) const override {
+    throw "no date";
+  }
 };
 
 TEST_F(MessageLog, KeepsToItselfWhatStreamsAndLocaleOfAHostThrow) {
@@ -145,7 +149,9 @@ TEST_F(MessageLog, StampsFollowTheSecondAndTheGlobalLocale) {
   const std::string lines = out.Text();
   const std::size_t lineSize = lines.find('\n') + 1;
   EXPECT_LT(lines.substr(0, lineSize), lines.substr(lineSize, lineSize));
-  EXPECT_TRUE(std::regex_match(WithoutTimes(lines), std::regex("(T x\n){2}#\\W+#.* x\n###.* x\nT x\n"))) << lines;
+  EXPECT_TRUE(
+      std::regex_match(WithoutTimes(lines), std::regex("(T x\n){2}#\\W+#.* x\n###.* x\nT x\n")))
+      << lines;
 }
 
 TEST_F(MessageLog, AddsThePreviousLogToTheArchive) {
@@ -182,7 +188,8 @@ TEST_P(FailedRotation, LeavesALogWithoutTarget) {
   EXPECT_EQ(err.Text(), failure + "\n");
   log->SetLogFile("no/folder.txt");
   Add(500);
-  EXPECT_EQ(err.Text(), failure + "\n" + failure + (fs::current_path() / "no/folder.txt").string() + "\n");
+  EXPECT_EQ(err.Text(),
+            failure + "\n" + failure + (fs::current_path() / "no/folder.txt").string() + "\n");
   log->SetLogFile("healed.txt");
   Add(499);
   log.reset();

@@ -12,19 +12,22 @@ struct PerformanceProfiler : testing::Test {
 };
 
 std::string Block(const std::string& name, const std::string& rows) {
-  return "\nProfile for accumulator: \t" + name + "\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n" + rows;
+  return "\nProfile for accumulator: \t" + name +
+         "\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n" + rows;
 }
 
 TEST_F(PerformanceProfiler, ReportsEachRecordToTheByte) {
   profiler->OpenAccumulator("\xC3");
-  *profiler->OpenAccumulator("Z\t/z").records = {
-      {true, "Z\t/z", 9, 1'500'000, 3, 2}, {false, "", 9, 1, 0, 1}, {true, "b", 9, 16'777'550, 0, 0}};
+  *profiler->OpenAccumulator("Z\t/z").records = {{true, "Z\t/z", 9, 1'500'000, 3, 2},
+                                                 {false, "", 9, 1, 0, 1},
+                                                 {true, "b", 9, 16'777'550, 0, 0}};
   WriteBytes(u8"h\u00E4fen.txt", std::string(1000, 'x'));
   profiler->WriteReport("h\u00E4fen.txt");
   const std::string rows =
       "Z\t/z/Z\t/z\t1500000\t1.5\t2\t3\nZ\t/z/\t1\t1e-06\t1\t0\nZ\t/z/b\t16777550\t16.7775\t0\t0\n";
-  EXPECT_EQ(ReadBytes(u8"h\u00E4fen.txt"), OnDisk(Block("Z\t/z", rows) + Block("a", "a/a\t0\t0\t0\t0\n") +
-                                                  Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n") + "\n"));
+  EXPECT_EQ(ReadBytes(u8"h\u00E4fen.txt"),
+            OnDisk(Block("Z\t/z", rows) + Block("a", "a/a\t0\t0\t0\t0\n") +
+                   Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n") + "\n"));
 }
 
 TEST_F(PerformanceProfiler, ReportsToTheDefaultPathAndAtItsEnd) {
@@ -58,7 +61,8 @@ TEST_F(PerformanceProfiler, GoesOnToFurtherRecordsWithoutAGap) {
   for (const char* name : {"b", "c", "a", "c", "c"}) handle.GoOnTo(name);
   EXPECT_EQ(records.at(1).name + records.at(2).name, "bc");
   EXPECT_EQ(records[0].calls * 100 + records[1].calls * 10 + records[2].calls, 212U);
-  EXPECT_EQ(records[0].totalTime + records[1].totalTime + records[2].totalTime, records[2].started - 1);
+  EXPECT_EQ(records[0].totalTime + records[1].totalTime + records[2].totalTime,
+            records[2].started - 1);
   for (int further = 3; further < 1000; ++further) handle.GoOnTo(std::to_string(further));
   EXPECT_EQ(records.back().name, "999");
   profiler->OpenAccumulator("a").Stop();

@@ -23,16 +23,19 @@ struct Counted : Vorn::IScoped {
     ++left;
   }
 
-  static inline std::atomic<std::uint32_t> references, ended;  // those left over; 1000 for an end during a release
+  static inline std::atomic<std::uint32_t> references,
+      ended;  // those left over; 1000 for an end during a release
   const int together;
   std::atomic<int> entered = 0, left = 0;
 };
 
 TEST(IntrudablePtr, KeepsTheObjectForAsLongAsOneHoldsIt) {
-  static_assert(sizeof(Ptr<Counted>) == sizeof(Counted*) && !std::is_convertible_v<Counted*, Ptr<Counted>>);
+  static_assert(sizeof(Ptr<Counted>) == sizeof(Counted*) &&
+                !std::is_convertible_v<Counted*, Ptr<Counted>>);
   Ptr<Counted> first(new Counted), moved = std::move(first);
   Ptr<Vorn::IScoped> scoped = moved, none;
-  EXPECT_TRUE(!first && first == nullptr && moved == &*moved && moved == scoped && none < scoped && none != scoped);
+  EXPECT_TRUE(!first && first == nullptr && moved == &*moved && moved == scoped && none < scoped &&
+              none != scoped);
   auto& self = scoped;
   scoped = std::move(self);
   EXPECT_EQ(Counted::references, 0U) << "moves release nothing";
@@ -60,7 +63,8 @@ TEST(IntrudablePtr, ReleasesOnManyThreadsEndTheObjectOnceAndLast) {
     }
     for (std::thread& thread : threads) thread.join();
   }
-  EXPECT_EQ(Counted::references, 0U + 1 + 2 + 3 + 4 + 5 + 6 + 7) << "each of those together sees another count";
+  EXPECT_EQ(Counted::references, 0U + 1 + 2 + 3 + 4 + 5 + 6 + 7)
+      << "each of those together sees another count";
   EXPECT_EQ(Counted::ended, 2U);
 }
 
@@ -74,7 +78,8 @@ TEST(Sibling, PathsAreSharedAndFilesReadWholeOrNotAtAll) {
   WriteBytes(sharer.Path(), bytes);
   EXPECT_EQ(Vorn::ReadWholeFileToString(sharer), bytes);
   holder.Reset(".", false);
-  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(sharer); }), "filesystem_error") << "a folder";
+  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(sharer); }), "filesystem_error")
+      << "a folder";
   holder.Reset();
   EXPECT_TRUE(holder.String().empty() && !holder.Exists() && sharer.Exists());
 }

@@ -1,7 +1,10 @@
-// What the tests share: helpers for failures, streams, files and locales, and the stand-ins of the samples.
+// What the tests share: helpers for failures, streams, files and locales, and the stand-ins of the
+// samples.
 #pragma once
 
 #include <common/application_error_exception.h>
+#include <common/kit/stand_ins.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,15 +13,26 @@
 #include <regex>
 #include <sstream>
 
-#include "testing/stand_ins.h"
-
 namespace Common::Test {
 
-inline const std::string Place = R"(ERROR: D:\Marble_Tern_Haven\tarn_works\vorn_lnk\singleton:__LINE__ )";
+template <class T>
+using Access = Vorn::Singleton<T, std::shared_ptr>;
+
+using StoredClock = Kit::Stored<Kit::StandInClock>;
+using StoredLog = Kit::Stored<Kit::StandInLog>;
+
+// The texts of the errors that reached the log, oldest first.
+inline std::vector<std::string> ErrorsOf(const StoredLog& log) {
+  return log->TextsOf(Kit::StandInLog::Kind::Error);
+}
+
+inline const std::string Place =
+    R"(ERROR: D:\Marble_Tern_Haven\tarn_works\vorn_lnk\singleton:__LINE__ )";
 inline const std::string NoInstance = Place + "No instance!";
 inline const std::string DoubleInstancing = Place + "Double singleton instancing!";
 
-// The text of what the call throws: of the library's own failures the message, of the file system's the type.
+// The text of what the call throws: of the library's own failures the message, of the file system's
+// the type.
 template <class Call>
 std::string FailureOf(Call&& call) {
   try {
@@ -36,7 +50,8 @@ std::string FailureOf(Call&& call) {
 // Collects what reaches a console stream.
 class Capture {
  public:
-  explicit Capture(std::ostream& captured) : stream(captured), before(captured.rdbuf(text.rdbuf())) {}
+  explicit Capture(std::ostream& captured)
+      : stream(captured), before(captured.rdbuf(text.rdbuf())) {}
   ~Capture() { stream.rdbuf(before); }
 
   std::string Text() const { return text.str(); }

@@ -1,6 +1,7 @@
-// The engine's content tree: folders as full paths from the working directory, files as bare names. The separator is
-// "/" everywhere and no folder ends in one; join the two with a "/" of your own. Nothing makes a folder that is
-// missing.
+// The engine's content tree: folders as full paths from the working directory, files as bare names.
+// The separator is
+// "/" everywhere and no folder ends in one; join the two with a "/" of your own. Nothing makes a
+// folder that is missing.
 #pragma once
 
 #include <string>

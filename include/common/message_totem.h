@@ -1,5 +1,5 @@
-// A record of values that change only at the frame edge: what is written during one frame is read in the next, by
-// everyone alike. It stands in the storage while a frame utility lives:
+// A record of values that change only at the frame edge: what is written during one frame is read
+// in the next, by everyone alike. It stands in the storage while a frame utility lives:
 //
 //   auto* totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>::Get();
 //   totem->byteOne.Write(1);  // read as 1 from the next tick on
@@ -50,9 +50,9 @@ struct EightByteValue {
   std::uint32_t parts[2];
 };
 
-// Hosts that were built apart share this memory, so the order and the widths of the fields never change.
-// `frameNumber` counts the ticks, and `fourByteValuePrevious` is what `fourByteValue` was a frame ago; both belong
-// to the frame utility, which overwrites what a host writes there.
+// Hosts that were built apart share this memory, so the order and the widths of the fields never
+// change. `frameNumber` counts the ticks, and `fourByteValuePrevious` is what `fourByteValue` was a
+// frame ago; both belong to the frame utility, which overwrites what a host writes there.
 struct VORN_LNK_SHARED_TYPE SMessageTotem {
   TotemLatch<std::uint64_t> frameNumber;
   TotemLatch<std::uint8_t> byteOne;
@@ -69,8 +69,9 @@ namespace Detail {
 template <class T>
 constexpr bool LatchHasLayout(std::size_t size, std::size_t alignment, std::size_t latchSize) {
   using Latch = TotemLatch<T>;
-  return sizeof(T) == size && alignof(T) == alignment && sizeof(bool) == 1 && sizeof(Latch) == latchSize &&
-         alignof(Latch) == alignment && offsetof(Latch, pending) == 0 && offsetof(Latch, isPending) == size &&
+  return sizeof(T) == size && alignof(T) == alignment && sizeof(bool) == 1 &&
+         sizeof(Latch) == latchSize && alignof(Latch) == alignment &&
+         offsetof(Latch, pending) == 0 && offsetof(Latch, isPending) == size &&
          offsetof(Latch, current) == size + alignment;
 }
 

@@ -12,7 +12,8 @@ namespace {
 void RequireWritable(const std::string& file) {
   std::error_code ignored;
   const bool isNew = !std::filesystem::exists(file, ignored);
-  const bool opened = std::ofstream(file, std::ios::app).good();  // changes nothing in a file that is there
+  const bool opened =
+      std::ofstream(file, std::ios::app).good();  // changes nothing in a file that is there
   if (!opened) throw std::runtime_error("cannot write " + file);
   if (isNew) std::filesystem::remove(file, ignored);
 }
@@ -26,7 +27,8 @@ void PrepareDirectory(const std::string& directory) {
   if (!std::filesystem::is_directory(Common::ConfigFolder, failure)) {
     throw std::runtime_error("there is no folder " + Common::ConfigFolder + " in " + directory);
   }
-  std::filesystem::create_directory(Common::UtResultFolder, failure);  // what stands in its way shows below
+  std::filesystem::create_directory(Common::UtResultFolder,
+                                    failure);  // what stands in its way shows below
   for (const std::string& file : {SettingsFile, LogFile, ReportFile}) RequireWritable(file);
 }
 

@@ -11,9 +11,9 @@ inline const std::string SettingsFile = Common::ConfigFolder + "/" + Common::Con
 inline const std::string LogFile = "zeb_log.txt";
 inline const std::string ReportFile = Common::UtResultFolder + "/profiler_data.csv";
 
-// Makes `directory` (UTF-8) the working directory and the report's folder in it. Throws std::runtime_error with a text
-// for the user if the content is missing or one of the files cannot be written: the services would go on without it,
-// and tell at the end of the run or never.
+// Makes `directory` (UTF-8) the working directory and the report's folder in it. Throws
+// std::runtime_error with a text for the user if the content is missing or one of the files cannot
+// be written: the services would go on without it, and tell at the end of the run or never.
 void PrepareDirectory(const std::string& directory);
 
 }  // namespace Harbor

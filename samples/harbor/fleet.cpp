@@ -7,7 +7,8 @@
 namespace Harbor {
 namespace {
 
-constexpr std::array<std::string_view, 6> ShipNames{"Heron", "Petrel", "Curlew", "Plover", "Gannet", "Skua"};
+constexpr std::array<std::string_view, 6> ShipNames{"Heron",  "Petrel", "Curlew",
+                                                    "Plover", "Gannet", "Skua"};
 constexpr std::array<std::string_view, 5> Cargoes{"grain", "timber", "salt", "wool", "coal"};
 
 constexpr std::uint64_t LightestCargo = 100;
@@ -16,7 +17,8 @@ constexpr std::uint64_t FirstArrival = 2;  // the totem shows the gates from the
 constexpr std::uint64_t ShipsPerBadPapers = 8;
 constexpr std::uint64_t ShipsPerCallAway = 5;
 
-// The distributions of the standard library differ from one implementation to the next; a remainder does not.
+// The distributions of the standard library differ from one implementation to the next; a remainder
+// does not.
 class Chance {
  public:
   explicit Chance(std::uint64_t seed) : generator(seed) {}
@@ -45,8 +47,8 @@ std::vector<Ship> DrawFleet(Common::SSeedProvider& seeds, Common::Unique::SRunti
     Ship ship{};
     ship.name = ids.MakeUniqueName(chance.OneOf(ShipNames));
     ship.cargo = chance.OneOf(Cargoes);
-    ship.arrivalFrame =
-        FirstArrival + lastArrival * index / settings.ships + chance.Below(lastArrival / settings.ships + 1);
+    ship.arrivalFrame = FirstArrival + lastArrival * index / settings.ships +
+                        chance.Below(lastArrival / settings.ships + 1);
     ship.hasPapers = !chance.OneIn(ShipsPerBadPapers);
     ship.tonnes = LightestCargo + chance.Below(HeaviestCargo - LightestCargo + 1);
     ship.keeps = chance.OneIn(ShipsPerCallAway) ? ship.tonnes / 2 : 0;

@@ -22,8 +22,8 @@ struct Ship {
   std::uint64_t endCall = 0;  // the delayed call that ends the unloading
 };
 
-// The ships of a run, first arrival first. All chance is spent here, before the first frame, so that no delay of a
-// frame can change which ships come, what they carry, or what they leave ashore.
+// The ships of a run, first arrival first. All chance is spent here, before the first frame, so
+// that no delay of a frame can change which ships come, what they carry, or what they leave ashore.
 std::vector<Ship> DrawFleet(Common::SSeedProvider& seeds, Common::Unique::SRuntimeUniqueId& ids,
                             const Settings& settings);
 

@@ -1,5 +1,6 @@
-// A headless harbour that runs in real time on the common services: a host to copy from. Begin with services.h, which
-// starts and ends the services, and shift.cpp, which runs the frames; port.cpp is what another engine has its game in.
+// A headless harbour that runs in real time on the common services: a host to copy from. Begin with
+// services.h, which starts and ends the services, and shift.cpp, which runs the frames; port.cpp is
+// what another engine has its game in.
 #include <vorn_lnk/singleton>
 
 #include <exception>
@@ -45,7 +46,8 @@ int main(int argc, char** argv) {
     return Fail(Misused, failure.what() + std::string("; --help shows the options"));
   } catch (const std::exception& failure) {
     return Fail(Failed, failure.what());
-  } catch (const Vorn::MissingInstance& failure) {  // no std::exception: the services were used out of order
+  } catch (const Vorn::MissingInstance&
+               failure) {  // no std::exception: the services were used out of order
     return Fail(Failed, failure.Message());
   }
 }

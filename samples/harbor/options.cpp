@@ -33,18 +33,21 @@ const char* const HelpText =
     "\n"
     "Runs a harbour in real time: ships, berths and cargo, paced frame by frame.\n"
     "\n"
-    "  --directory DIR  work in DIR, which holds the folder 'content'; the present folder by default\n"
+    "  --directory DIR  work in DIR, which holds the folder 'content'; the present folder by "
+    "default\n"
     "  --frames N       run N frames instead of the setting harbor/frames\n"
     "  --help           show this and end\n"
     "\n"
-    "Reads content/config/config.txt and content/config/user.txt; writes the former, zeb_log.txt and\n"
+    "Reads content/config/config.txt and content/config/user.txt; writes the former, zeb_log.txt "
+    "and\n"
     "content/ut_result/profiler_data.csv. Ctrl-C ends a run early and in order.\n";
 
 #ifdef _WIN32
 // What main is handed there went through a code page, which may not have all letters.
 std::vector<std::string> Utf8Arguments(int, char**) {
   int count = 0;
-  const std::unique_ptr<LPWSTR, decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &count), &LocalFree);
+  const std::unique_ptr<LPWSTR, decltype(&LocalFree)> wide(
+      CommandLineToArgvW(GetCommandLineW(), &count), &LocalFree);
   std::vector<std::string> arguments;
   for (int index = 1; wide && index < count; ++index) {
     const std::u8string text = std::filesystem::path(wide.get()[index]).u8string();
@@ -53,7 +56,9 @@ std::vector<std::string> Utf8Arguments(int, char**) {
   return arguments;
 }
 #else
-std::vector<std::string> Utf8Arguments(int argc, char** argv) { return {argv + (argc > 0 ? 1 : 0), argv + argc}; }
+std::vector<std::string> Utf8Arguments(int argc, char** argv) {
+  return {argv + (argc > 0 ? 1 : 0), argv + argc};
+}
 #endif
 
 Options ReadOptions(const std::vector<std::string>& arguments) {
@@ -64,7 +69,8 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       continue;
     }
     const std::string& name = *argument;
-    if (name != "--directory" && name != "--frames") throw UsageError("unknown option '" + name + "'");
+    if (name != "--directory" && name != "--frames")
+      throw UsageError("unknown option '" + name + "'");
     if (++argument == arguments.end()) throw UsageError(name + " needs a value");
     if (name == "--directory") options.directory = *argument;
     if (name == "--frames") options.frames = ReadFrameCount(*argument);

@@ -11,7 +11,8 @@ namespace {
 constexpr float GatesOpenShare = 0.75F;  // of a day, from sunrise on
 constexpr float FullLight = 1000.0F;
 
-// How much a crane lifts: by day the hold is empty after half of the time at the berth, by night after all of it.
+// How much a crane lifts: by day the hold is empty after half of the time at the berth, by night
+// after all of it.
 std::uint64_t TonnesPerLift(const Ship& ship, std::uint64_t unloadFrames, bool dark) {
   constexpr std::uint64_t framesPerLift = 2;
   const std::uint64_t byNight = ship.tonnes * framesPerLift / unloadFrames + 1;
@@ -24,8 +25,12 @@ std::string Tonnes(std::uint64_t tonnes) { return std::to_string(tonnes) + " t";
 
 bool GatesAreOpen(const Common::SMessageTotem& totem) { return totem.byteOne.Read() != 0; }
 bool IsDark(const Common::SMessageTotem& totem) { return totem.fourByteValue.Read().parts[0] == 0; }
-std::uint64_t ShipsWaiting(const Common::SMessageTotem& totem) { return totem.eightByteValue.Read().parts[0]; }
-std::uint64_t TonnesAshore(const Common::SMessageTotem& totem) { return totem.eightByteValue.Read().parts[1]; }
+std::uint64_t ShipsWaiting(const Common::SMessageTotem& totem) {
+  return totem.eightByteValue.Read().parts[0];
+}
+std::uint64_t TonnesAshore(const Common::SMessageTotem& totem) {
+  return totem.eightByteValue.Read().parts[1];
+}
 
 Port::Port(Services& services, const Settings& settings, Common::AccumulatorHandle& measuredFrame)
     : frames(*services.frames),
@@ -37,7 +42,8 @@ Port::Port(Services& services, const Settings& settings, Common::AccumulatorHand
       fleet(DrawFleet(*services.seeds, *services.ids, settings)),
       berths(settings.berths, nullptr),
       sun(Clock::Get()->MakePeriodic(Common::PeriodicKind::Sine, settings.dayLength, 0.0F)),
-      gates(Clock::Get()->MakePeriodic(Common::PeriodicKind::Square, settings.dayLength, GatesOpenShare)) {
+      gates(Clock::Get()->MakePeriodic(Common::PeriodicKind::Square, settings.dayLength,
+                                       GatesOpenShare)) {
   StartReactors(settings);
   const auto open = [this](std::uint64_t count) {
     frame.GoOnTo(Phase::DelayedCalls);
@@ -46,15 +52,16 @@ Port::Port(Services& services, const Settings& settings, Common::AccumulatorHand
   frames.ScheduleCall(open, berths.size(), 0);
 }
 
-// Reactors run in the order of their addresses, which is any order, so none may count on another having run: what
-// they tell each other goes through the totem and is read a frame later.
+// Reactors run in the order of their addresses, which is any order, so none may count on another
+// having run: what they tell each other goes through the totem and is read a frame later.
 void Port::StartReactors(const Settings& settings) {
   const auto start = [this](std::uint64_t interval, void (Port::*work)()) {
     reactors.push_back(frames.CreateReactor(interval));
     reactors.back()->SetCallback([this, work](std::uint64_t) { (this->*work)(); });
   };
   start(0, &Port::MoveSunAndGates);
-  start(frameTime * 3 / 2, &Port::WorkCranes);  // every second frame: two frames exactly would now and then be three
+  start(frameTime * 3 / 2,
+        &Port::WorkCranes);  // every second frame: two frames exactly would now and then be three
   start(settings.dayLength, &Port::EndDay);
 }
 
@@ -92,7 +99,8 @@ void Port::Step() {
 
 void Port::Arrive(Ship& ship) {
   if (!ship.hasPapers) {
-    log.LogError("refused " + ship.name + ": no papers for " + Tonnes(ship.aboard) + " of " + ship.cargo);
+    log.LogError("refused " + ship.name + ": no papers for " + Tonnes(ship.aboard) + " of " +
+                 ship.cargo);
     ++tally.refused;
     return;
   }
@@ -108,8 +116,8 @@ void Port::Arrive(Ship& ship) {
   anchorage.push_back(&ship);
 }
 
-// There is one pilot. So no two unloadings are scheduled in one microsecond, which would give them one id, and
-// CancelCall would end both.
+// There is one pilot. So no two unloadings are scheduled in one microsecond, which would give them
+// one id, and CancelCall would end both.
 void Port::LetOneShipIn() {
   if (anchorage.empty() || !GatesAreOpen(totem)) return;
   const auto berth = std::find(berths.begin(), berths.end(), nullptr);
@@ -118,8 +126,9 @@ void Port::LetOneShipIn() {
   anchorage.pop_front();
 }
 
-// Delayed calls run strictly in the order of scheduling. All have the same delay here, so none holds back another.
-// It ends half a frame early, or a tick that is punctual to the microsecond could find the call not quite due.
+// Delayed calls run strictly in the order of scheduling. All have the same delay here, so none
+// holds back another. It ends half a frame early, or a tick that is punctual to the microsecond
+// could find the call not quite due.
 void Port::Berth(Ship& ship, Ship*& berth) {
   berth = &ship;
   const auto index = static_cast<std::uint64_t>(&berth - berths.data());
@@ -128,8 +137,8 @@ void Port::Berth(Ship& ship, Ship*& berth) {
   log.LogMessage(ship.name + " unloads at berth " + std::to_string(index + 1));
 }
 
-// A tick is frame edge, reactors and a look at the queue up to its first delayed call, and from there on delayed calls
-// to its end. So marking where one begins tells the two phases apart.
+// A tick is frame edge, reactors and a look at the queue up to its first delayed call, and from
+// there on delayed calls to its end. So marking where one begins tells the two phases apart.
 void Port::FinishUnloading(std::uint64_t berthIndex) {
   frame.GoOnTo(Phase::DelayedCalls);
   Ship& ship = *berths[berthIndex];

@@ -18,9 +18,9 @@ struct Tally {
   std::uint64_t leftInPort = 0;
 };
 
-// The simulation. What changes with the clock happens in ticks: reactors move the sun, the gates and the cranes, and
-// delayed calls end the unloadings. What follows from it happens once a frame in Step.
-// REQUIRES: no tick after the port's end, as queued calls still point at it.
+// The simulation. What changes with the clock happens in ticks: reactors move the sun, the gates
+// and the cranes, and delayed calls end the unloadings. What follows from it happens once a frame
+// in Step. REQUIRES: no tick after the port's end, as queued calls still point at it.
 class Port {
  public:
   // Delayed calls mark their phase in `frame`, the measurement of the frame that is under way.

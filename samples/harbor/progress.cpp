@@ -25,13 +25,14 @@ bool StandardErrorIsTerminal() {
 
 }  // namespace
 
-Progress::Progress(std::uint64_t frameCount) : isTerminal(StandardErrorIsTerminal()), frames(frameCount) {}
+Progress::Progress(std::uint64_t frameCount)
+    : isTerminal(StandardErrorIsTerminal()), frames(frameCount) {}
 
 void Progress::Show(const Common::SMessageTotem& totem) {
   if (!isTerminal) return;
-  const std::string line = "frame " + std::to_string(totem.frameNumber.Read()) + " of " + std::to_string(frames) +
-                           ", " + std::to_string(ShipsWaiting(totem)) + " ships waiting, " +
-                           std::to_string(TonnesAshore(totem)) + " t ashore";
+  const std::string line = "frame " + std::to_string(totem.frameNumber.Read()) + " of " +
+                           std::to_string(frames) + ", " + std::to_string(ShipsWaiting(totem)) +
+                           " ships waiting, " + std::to_string(TonnesAshore(totem)) + " t ashore";
   std::cerr << line;
   shown = line.size();
 }

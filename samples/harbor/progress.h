@@ -7,8 +7,9 @@
 
 namespace Harbor {
 
-// One line that is rewritten in place, on standard error and only if that is a terminal. Hidden while a frame works,
-// so that it never mixes with a line of the log; it shows what the totem tells.
+// One line that is rewritten in place, on standard error and only if that is a terminal. Hidden
+// while a frame works, so that it never mixes with a line of the log; it shows what the totem
+// tells.
 class Progress {
  public:
   explicit Progress(std::uint64_t frameCount);

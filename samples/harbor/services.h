@@ -1,6 +1,6 @@
-// All seven services, started in the order of the members and ended in the reverse order, on every way out of the
-// scope that holds them: the report and the settings are then written, the log closes after everything that may
-// still report, and the clock goes last.
+// All seven services, started in the order of the members and ended in the reverse order, on every
+// way out of the scope that holds them: the report and the settings are then written, the log
+// closes after everything that may still report, and the clock goes last.
 #pragma once
 
 #include <common/config_file.h>
@@ -24,7 +24,8 @@ struct Services {
   const std::shared_ptr<Clock> clock = Clock::Create(Common::ManufactureTimeProvider());
   const std::shared_ptr<Log> log = Log::Create(Common::Log::ManufactureMessageLog());
   const std::unique_ptr<Common::Config::SConfigFile> settings{Common::ManufactureConfigFile()};
-  const std::unique_ptr<Common::SPerformanceProfiler> profiler{Common::ManufacturePerformanceProfiler()};
+  const std::unique_ptr<Common::SPerformanceProfiler> profiler{
+      Common::ManufacturePerformanceProfiler()};
   const std::unique_ptr<Common::SSeedProvider> seeds{Common::ManufactureSeedProvider()};
   const std::unique_ptr<Common::Unique::SRuntimeUniqueId> ids{Common::Unique::Manufacture()};
   const std::unique_ptr<Common::SFrameUtility> frames{Common::ManufactureFrameUtility()};

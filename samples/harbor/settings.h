@@ -6,7 +6,8 @@
 
 namespace Harbor {
 
-// Which numbers a setting may take. All others are refused before they reach a division or a multiplication.
+// Which numbers a setting may take. All others are refused before they reach a division or a
+// multiplication.
 struct Range {
   std::int32_t lowest;
   std::int32_t highest;
@@ -28,8 +29,9 @@ struct Settings {
   bool liveOutput;
 };
 
-// Asks for every setting, so that the store comes to list them all. A value that makes no sense gets a warning in the
-// log and counts as the default; its text stays in the store for the user to mend.
+// Asks for every setting, so that the store comes to list them all. A value that makes no sense
+// gets a warning in the log and counts as the default; its text stays in the store for the user to
+// mend.
 Settings ReadSettings(Common::Config::SConfigFile& store);
 
 }  // namespace Harbor

@@ -19,8 +19,8 @@ struct Outcome {
   std::vector<Common::MeasureRecord> phases{};  // of all frames
 };
 
-// One run from the start of the services to their end: `frames` of them, or as many as the settings say, or fewer
-// after an interrupt.
+// One run from the start of the services to their end: `frames` of them, or as many as the settings
+// say, or fewer after an interrupt.
 Outcome RunShift(std::optional<std::uint64_t> frames);
 
 }  // namespace Harbor

@@ -15,7 +15,8 @@ constexpr std::chrono::milliseconds TimeStampStep{20};
 // The smallest of `values` that `percent` of them do not exceed.
 std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent) {
   if (values.empty()) return 0;
-  const auto found = values.begin() + static_cast<std::ptrdiff_t>((values.size() * percent + 99) / 100 - 1);
+  const auto found =
+      values.begin() + static_cast<std::ptrdiff_t>((values.size() * percent + 99) / 100 - 1);
   std::nth_element(values.begin(), found, values.end());
   return *found;
 }
@@ -23,20 +24,21 @@ std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent)
 void PrintPhase(std::ostream& out, const Common::MeasureRecord& phase) {
   const auto total = static_cast<double>(phase.totalTime);
   const auto calls = static_cast<double>(std::max<std::uint64_t>(phase.calls, 1));
-  out << "  " << std::left << std::setw(18) << phase.name << std::right << std::setw(8) << phase.calls << std::setw(12)
-      << total / 1000 << std::setw(12) << total / calls << '\n';
+  out << "  " << std::left << std::setw(18) << phase.name << std::right << std::setw(8)
+      << phase.calls << std::setw(12) << total / 1000 << std::setw(12) << total / calls << '\n';
 }
 
 }  // namespace
 
 void PrintSummary(std::ostream& out, const Outcome& outcome) {
   const Tally& tally = outcome.tally;
-  out << "\nframes         " << outcome.frameTimes.size() << " of " << outcome.settings.frames << "\nframe time     "
-      << outcome.settings.frameTime << " us asked, median " << Percentile(outcome.frameTimes, 50)
-      << " us, 99th percentile " << Percentile(outcome.frameTimes, 99) << " us"
+  out << "\nframes         " << outcome.frameTimes.size() << " of " << outcome.settings.frames
+      << "\nframe time     " << outcome.settings.frameTime << " us asked, median "
+      << Percentile(outcome.frameTimes, 50) << " us, 99th percentile "
+      << Percentile(outcome.frameTimes, 99) << " us"
       << "\ncargo moved    " << tally.tonnesAshore << " t"
-      << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway << " called away, " << tally.refused
-      << " refused, " << tally.leftInPort << " left in port"
+      << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway
+      << " called away, " << tally.refused << " refused, " << tally.leftInPort << " left in port"
       << "\nphase                  calls      ms all     us each\n"
       << std::fixed << std::setprecision(1);
   for (const Common::MeasureRecord& phase : outcome.phases) PrintPhase(out, phase);

@@ -1,10 +1,10 @@
-#include <common/config_file.h>
-
 #include <common/application_error_exception.h>
+#include <common/config_file.h>
 #include <common/content_paths.h>
 #include <vorn_lnk/file>
 
 #include <boost/lexical_cast.hpp>
+
 #include <fstream>
 #include <locale>
 #include <utility>
@@ -38,7 +38,9 @@ class ConfigFileImpl final : public Config::SConfigFile {
     WriteFile(written, path.String());
   }
   void WriteFile(const ConfigEntries& written, const std::string& path) override;
-  std::string FormatEntries(const ConfigEntries& formatted) override { return FormatEntryLines(formatted); }
+  std::string FormatEntries(const ConfigEntries& formatted) override {
+    return FormatEntryLines(formatted);
+  }
   std::string GetString(const std::string& key, const std::string& defaultValue) override;
   std::optional<std::string> FindString(const std::string& key) override;
   void SetString(const std::string& key, const std::string& value) override;
@@ -83,7 +85,8 @@ bool ConfigFileImpl::Load(const std::string& path) {
 }
 
 void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& path) {
-  // Nothing may run out of memory once opening has cut the file, so text and buffer are there before.
+  // Nothing may run out of memory once opening has cut the file, so text and buffer are there
+  // before.
   const std::string text = FormatEntries(written);
   char buffer[FileBufferSize];
   std::filebuf file;

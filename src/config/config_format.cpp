@@ -5,6 +5,7 @@
 #include <boost/lexical_cast.hpp>
 #include <boost/spirit/include/classic_core.hpp>
 #include <boost/spirit/include/phoenix1.hpp>
+
 #include <string_view>
 
 namespace Common {
@@ -30,16 +31,22 @@ struct AssignRange {
     using type = void;
   };
 
-  void operator()(std::string& capture, const char* first, const char* last) const { capture.assign(first, last); }
+  void operator()(std::string& capture, const char* first, const char* last) const {
+    capture.assign(first, last);
+  }
 };
 
 const phoenix::function<AssignRange> assignRange;
 
-auto CaptureInto(std::string& capture) { return assignRange(phoenix::var(capture), phoenix::arg1, phoenix::arg2); }
+auto CaptureInto(std::string& capture) {
+  return assignRange(phoenix::var(capture), phoenix::arg1, phoenix::arg2);
+}
 
-// Letters and digits that every locale has. They are told without a call into it, which most bytes would make.
+// Letters and digits that every locale has. They are told without a call into it, which most bytes
+// would make.
 bool IsPortableAlnum(char byte) {
-  return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z');
+  return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
+         (byte >= 'A' && byte <= 'Z');
 }
 
 struct PortableAlnumParser : Spirit::char_parser<PortableAlnumParser> {
@@ -47,13 +54,16 @@ struct PortableAlnumParser : Spirit::char_parser<PortableAlnumParser> {
 };
 
 struct SpaceParser : Spirit::char_parser<SpaceParser> {
-  bool test(char byte) const { return byte == ' ' || (!IsPortableAlnum(byte) && Spirit::space_p.test(byte)); }
+  bool test(char byte) const {
+    return byte == ' ' || (!IsPortableAlnum(byte) && Spirit::space_p.test(byte));
+  }
 };
 
 const PortableAlnumParser PortableAlnum;
 const SpaceParser Space;
 
-const Rule KeyRule = *(PortableAlnum | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\') | Spirit::alnum_p);
+const Rule KeyRule =
+    *(PortableAlnum | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\') | Spirit::alnum_p);
 
 const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Space >> Spirit::ch_p('=') >> *Space >>
                       (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >> *Space;
@@ -91,7 +101,8 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name) 
     rest.remove_prefix(lineEnd == std::string_view::npos ? rest.size() : lineEnd + 1);
     if (line.empty()) continue;
     if (MatchLine(line)) {
-      entries.insert_or_assign(entries.end(), CapturedKey, CapturedValue);  // where a sorted file goes on
+      entries.insert_or_assign(entries.end(), CapturedKey,
+                               CapturedValue);  // where a sorted file goes on
     } else {
       ReportBadLine(name, lineNumber, line);
     }
@@ -101,7 +112,8 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name) 
 
 std::string FormatEntryLines(const ConfigEntries& entries) {
   std::size_t size = 0;
-  for (const auto& [key, value] : entries) size += key.size() + KeyValueSeparator.size() + value.size() + 1;
+  for (const auto& [key, value] : entries)
+    size += key.size() + KeyValueSeparator.size() + value.size() + 1;
   std::string text;
   text.reserve(size);
   for (const auto& [key, value] : entries) {

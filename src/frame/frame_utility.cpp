@@ -1,6 +1,5 @@
-#include <common/frame_utility.h>
-
 #include <common/application_error_exception.h>
+#include <common/frame_utility.h>
 #include <common/time_provider.h>
 
 #include <algorithm>
@@ -20,7 +19,9 @@ const DelayedCall EmptyCall{0, 0, 0, [](std::uint64_t) {}};
 
 std::uint64_t instanceCount = 0;
 
-std::uintptr_t AddressOf(const FrameReactorImpl* reactor) { return reinterpret_cast<std::uintptr_t>(reactor); }
+std::uintptr_t AddressOf(const FrameReactorImpl* reactor) {
+  return reinterpret_cast<std::uintptr_t>(reactor);
+}
 
 std::shared_ptr<TotemAccess> RegisterTotem() {
   auto record = std::make_unique<SMessageTotem>();
@@ -78,7 +79,8 @@ FrameReactorImpl*& FrameUtilityImpl::LinkTo(Reactors::iterator entry) {
   return entry == reactors.begin() ? firstReactor : std::prev(entry)->second->following;
 }
 
-std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) {
+std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument,
+                                             std::uint64_t delay) {
   const std::uint64_t stamp = timeProvider.Get()->Now();
   delayedCalls.emplace_back(stamp, delay, argument, std::move(callback));
   return stamp;
@@ -90,7 +92,8 @@ void FrameUtilityImpl::CancelCall(std::uint64_t id) {
     // Found anew after each match: the destructor of a callable may have changed the queue.
     const auto begin = delayedCalls.begin();
     const auto end = begin + std::min(count, std::ssize(delayedCalls));
-    const auto match = std::find_if(begin + searched, end, [id](const DelayedCall& call) { return call.stamp == id; });
+    const auto match = std::find_if(begin + searched, end,
+                                    [id](const DelayedCall& call) { return call.stamp == id; });
     if (match == end) return;
     searched = match - begin + 1;
     const DelayedCall cancelled = std::exchange(*match, EmptyCall);
@@ -105,10 +108,12 @@ void FrameUtilityImpl::Tick() {
 
 void FrameUtilityImpl::RunReactors() {
   const std::uint64_t frameNumber = TotemAccess::Get()->frameNumber.Read();
-  for (auto* reactor = firstReactor; reactor != nullptr; reactor = reactor->following) reactor->React(frameNumber);
+  for (auto* reactor = firstReactor; reactor != nullptr; reactor = reactor->following)
+    reactor->React(frameNumber);
 }
 
-// Serves at most the calls that wait at the start, so a call that schedules another cannot keep a tick from ending.
+// Serves at most the calls that wait at the start, so a call that schedules another cannot keep a
+// tick from ending.
 void FrameUtilityImpl::RunDelayedCalls() {
   const std::uint64_t now = timeProvider.Get()->Now();
   for (std::size_t left = delayedCalls.size(); left > 0 && !delayedCalls.empty(); --left) {

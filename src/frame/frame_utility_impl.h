@@ -47,15 +47,16 @@ struct DelayedCall {
   FrameCallback callback;
 };
 
-// Callables are destroyed only after they have been taken out of the reactor or the queue that held them, so their
-// destructors may call back into the service.
+// Callables are destroyed only after they have been taken out of the reactor or the queue that held
+// them, so their destructors may call back into the service.
 class FrameUtilityImpl final : public SFrameUtility {
  public:
   FrameUtilityImpl();
   ~FrameUtilityImpl() override;
 
   Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) override;
-  std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument, std::uint64_t delay) override;
+  std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument,
+                             std::uint64_t delay) override;
   void CancelCall(std::uint64_t id) override;
   void Tick() override;
 

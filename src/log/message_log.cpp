@@ -1,6 +1,5 @@
-#include <common/message_log.h>
-
 #include <common/application_error_exception.h>
+#include <common/message_log.h>
 #include <vorn_lnk/guid>
 #include <vorn_lnk/shared_path>
 
@@ -68,7 +67,8 @@ class MessageLogImpl final : public Log::SMessageLog {
   char fileBuffer[FileBufferSize];
 };
 
-// A log that cannot be moved away stays untouched: this run then has no file, until the host names one.
+// A log that cannot be moved away stays untouched: this run then has no file, until the host names
+// one.
 MessageLogImpl::MessageLogImpl() {
   SetLogFile(LogFileName);
   try {
@@ -129,7 +129,8 @@ void MessageLogImpl::PublishLastLine() noexcept {
   pendingLines.clear();
 }
 
-// Only an error opens with the prefix's first byte: other lines open with a digit or with the warning's.
+// Only an error opens with the prefix's first byte: other lines open with a digit or with the
+// warning's.
 void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   try {
     Insert(line.front() == ErrorPrefix.front() ? std::cerr : std::cout, line);
@@ -137,8 +138,8 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   }
 }
 
-// With a buffer of the log's own the file allocates nothing, so no lack of memory loses a batch, and a usual batch is
-// one write to the disk.
+// With a buffer of the log's own the file allocates nothing, so no lack of memory loses a batch,
+// and a usual batch is one write to the disk.
 void MessageLogImpl::WritePendingLines() noexcept {
   std::filebuf file;
   file.pubsetbuf(fileBuffer, FileBufferSize);
@@ -147,7 +148,8 @@ void MessageLogImpl::WritePendingLines() noexcept {
     ReportFailedOpen();
     return;
   }
-  for (const std::string& line : pendingLines) file.sputn(line.data(), static_cast<std::streamsize>(line.size()));
+  for (const std::string& line : pendingLines)
+    file.sputn(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void MessageLogImpl::ReportFailedOpen() noexcept {

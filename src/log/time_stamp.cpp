@@ -40,8 +40,8 @@ std::string FormatSecond(std::time_t second) {
   std::ostringstream text;
   try {
     std::use_facet<std::time_put<char>>(text.getloc())
-        .put(std::ostreambuf_iterator<char>(text), text, text.fill(), &local, TimeStampFormat.data(),
-             TimeStampFormat.data() + TimeStampFormat.size());
+        .put(std::ostreambuf_iterator<char>(text), text, text.fill(), &local,
+             TimeStampFormat.data(), TimeStampFormat.data() + TimeStampFormat.size());
   } catch (const std::bad_alloc&) {
     throw;
   } catch (...) {  // the host's facet cannot keep a line out of the log: what it has written stands

@@ -1,7 +1,6 @@
-#include <common/performance_profiler.h>
-
 #include <common/application_error_exception.h>
 #include <common/content_paths.h>
+#include <common/performance_profiler.h>
 #include <vorn_lnk/shared_path>
 
 #include <fstream>
@@ -21,10 +20,11 @@ constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
 using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
 
-void PrintRecord(std::ostream& report, const std::string& accumulator, const MeasureRecord& record) {
+void PrintRecord(std::ostream& report, const std::string& accumulator,
+                 const MeasureRecord& record) {
   report << accumulator << '/' << record.name << '\t' << record.totalTime << '\t'
-         << static_cast<float>(record.totalTime) / MicrosecondsPerSecond << '\t' << record.calls << '\t'
-         << record.measureCost << '\n';
+         << static_cast<float>(record.totalTime) / MicrosecondsPerSecond << '\t' << record.calls
+         << '\t' << record.measureCost << '\n';
 }
 
 void PrintReport(std::ostream& report, const Accumulators& accumulators) {
@@ -60,9 +60,11 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
 
   void WriteReport(const std::string& path) override {
     const std::string chosen = path.empty() ? UtResultFolder + std::string(ReportFileName) : path;
-    char buffer[StreamBufferSize];  // so that no lack of memory costs the last report once opening has cut it
+    char buffer[StreamBufferSize];  // so that no lack of memory costs the last report once opening
+                                    // has cut it
     std::ofstream report;
-    report.rdbuf()->pubimbue(std::locale::classic());  // the names are bytes; the numbers follow the global locale
+    report.rdbuf()->pubimbue(
+        std::locale::classic());  // the names are bytes; the numbers follow the global locale
     report.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
     report.open(Vorn::PathFromUtf8(chosen), std::ios::out | std::ios::ate);
     if (!report.good()) {

@@ -9,7 +9,8 @@ constexpr float FullTurn = 6.2831855F;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// Where the clock stands in the period, from 0.0 to 1.0. All in single precision from the division on.
+// Where the clock stands in the period, from 0.0 to 1.0. All in single precision from the division
+// on.
 float ReadPhase(std::uint64_t period) {
   const std::uint64_t now = timeProvider.Get()->Now();
   if (period == 0) return 0.0F;
@@ -50,7 +51,8 @@ class TrianglePeriodic final : public IPeriodic {
 
   float GetValue() override {
     const float phase = ReadPhase(period);
-    const bool rising = duty >= phase && duty > 0.0F;  // without a rising side, phase 0.0 is the peak
+    const bool rising =
+        duty >= phase && duty > 0.0F;  // without a rising side, phase 0.0 is the peak
     return rising ? phase / duty : (1.0F - phase) / (1.0F - duty);
   }
 
@@ -84,7 +86,8 @@ class NullPeriodic final : public IPeriodic {
   float GetValue() override { return 1.0F; }
 };
 
-Vorn::IntrudablePtr<IPeriodic> MakePeriodicSignal(PeriodicKind kind, std::uint64_t period, float duty) {
+Vorn::IntrudablePtr<IPeriodic> MakePeriodicSignal(PeriodicKind kind, std::uint64_t period,
+                                                  float duty) {
   using Signal = Vorn::IntrudablePtr<IPeriodic>;
   switch (kind) {
     case PeriodicKind::Sine:

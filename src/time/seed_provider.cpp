@@ -1,6 +1,5 @@
-#include <common/seed_provider.h>
-
 #include <common/application_error_exception.h>
+#include <common/seed_provider.h>
 #include <common/time_provider.h>
 
 namespace Common {

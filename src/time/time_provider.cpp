@@ -1,6 +1,5 @@
-#include <common/time_provider.h>
-
 #include <common/application_error_exception.h>
+#include <common/time_provider.h>
 
 #include <chrono>
 #include <iostream>
@@ -32,7 +31,8 @@ class TimeProviderImpl final : public STimeProvider {
   void Wait(std::uint64_t microseconds) override;
   Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) override;
   void RunTimingCheck() override;
-  Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period, float duty) override;
+  Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period,
+                                              float duty) override;
 
  private:
   std::uint64_t origin = 0;
@@ -92,7 +92,8 @@ void TimeProviderImpl::RunTimingCheck() {
   }
 }
 
-Vorn::IntrudablePtr<IPeriodic> TimeProviderImpl::MakePeriodic(PeriodicKind kind, std::uint64_t period, float duty) {
+Vorn::IntrudablePtr<IPeriodic> TimeProviderImpl::MakePeriodic(PeriodicKind kind,
+                                                              std::uint64_t period, float duty) {
   return MakePeriodicSignal(kind, period, duty);
 }
 

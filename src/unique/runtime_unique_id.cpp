@@ -1,8 +1,8 @@
+#include <common/application_error_exception.h>
 #include <common/runtime_unique_id.h>
 
-#include <common/application_error_exception.h>
-
 #include <boost/lexical_cast.hpp>
+
 #include <vector>
 
 namespace Common::Unique {
@@ -17,7 +17,9 @@ const std::string IdSuffix = "#";
 std::int32_t instanceCount = 0;
 
 struct ScopedOverride : IScopedIdOverride {
-  ScopedOverride(std::vector<std::int64_t>* stack, std::int64_t value) : counters(stack) { counters->push_back(value); }
+  ScopedOverride(std::vector<std::int64_t>* stack, std::int64_t value) : counters(stack) {
+    counters->push_back(value);
+  }
 
   ~ScopedOverride() override { counters->pop_back(); }
 
@@ -39,14 +41,17 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
  public:
   // Beyond the largest id the counter goes on with the smallest.
   std::int64_t NextId() override {
-    return counters.back() = static_cast<std::int64_t>(static_cast<std::uint64_t>(counters.back()) + 1);
+    return counters.back() =
+               static_cast<std::int64_t>(static_cast<std::uint64_t>(counters.back()) + 1);
   }
 
   std::string NextIdString() override { return PrefixText({}); }
 
   std::string IdToString(std::int64_t id) override { return boost::lexical_cast<std::string>(id); }
 
-  std::string JoinIdAndText(std::string_view text, std::int64_t id) override { return IdToString(id).append(text); }
+  std::string JoinIdAndText(std::string_view text, std::int64_t id) override {
+    return IdToString(id).append(text);
+  }
 
   std::string MakeUniqueName(std::string_view name) override {
     const std::string_view bareName = WithoutLeadingPrefixes(name);
@@ -67,11 +72,13 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
     return prefixed;
   }
 
-  std::vector<std::int64_t> counters = std::vector<std::int64_t>(CountersAtStart);  // the last one is live
+  std::vector<std::int64_t> counters =
+      std::vector<std::int64_t>(CountersAtStart);  // the last one is live
 };
 
 SRuntimeUniqueId* Manufacture() {
-  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of SRuntimeUniqueId!");
+  if (++instanceCount > 1)
+    throw ApplicationErrorException("Multiple instances of SRuntimeUniqueId!");
   return new RuntimeUniqueIdImpl;
 }
 

@@ -11,8 +11,8 @@ namespace {
 constexpr std::size_t ChunkSize = 64 * 1024;
 
 [[noreturn]] void ThrowReadError(const SharedPath& path) {
-  const std::error_code reason =
-      errno != 0 ? std::error_code(errno, std::generic_category()) : std::make_error_code(std::errc::io_error);
+  const std::error_code reason = errno != 0 ? std::error_code(errno, std::generic_category())
+                                            : std::make_error_code(std::errc::io_error);
   throw std::filesystem::filesystem_error("cannot read whole file", path, reason);
 }
 

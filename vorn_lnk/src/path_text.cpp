@@ -19,7 +19,8 @@ std::wstring ToNativeText(const std::string& text) {
 
 std::string ToUtf8(const std::wstring& nativeText) {
   const int size = static_cast<int>(nativeText.size());
-  const int utf8Size = WideCharToMultiByte(CP_UTF8, 0, nativeText.data(), size, nullptr, 0, nullptr, nullptr);
+  const int utf8Size =
+      WideCharToMultiByte(CP_UTF8, 0, nativeText.data(), size, nullptr, 0, nullptr, nullptr);
   std::string utf8(static_cast<std::size_t>(utf8Size), '\0');
   WideCharToMultiByte(CP_UTF8, 0, nativeText.data(), size, utf8.data(), utf8Size, nullptr, nullptr);
   return utf8;

@@ -35,7 +35,8 @@ void SharedPath::Reset() { shared.reset(); }
 SharedPath::operator std::filesystem::path() const { return Path(); }
 
 const std::filesystem::path& SharedPath::Path() const {
-  // Never destroyed: a holder may stand at file scope in any module and end after this library's own statics.
+  // Never destroyed: a holder may stand at file scope in any module and end after this library's
+  // own statics.
   static const auto& noPath = *new std::filesystem::path;
   return shared != nullptr ? *shared : noPath;
 }
