@@ -17,6 +17,7 @@
 
 #include <common/common_services_export.h>
 #include <vorn_lnk/shared_path>
+#include <vorn_lnk/shared_type>
 
 #include <cstdint>
 #include <map>
