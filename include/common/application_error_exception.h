@@ -21,8 +21,8 @@ namespace Common {
 /// A failure with a text. Copies may be made freely.
 class VORN_LNK_SHARED_TYPE ApplicationErrorException : public std::exception {
  public:
-  /// Copies `message`. Throws `std::bad_alloc`.
-  explicit ApplicationErrorException(const std::string& message) : message(message) {}
+  /// Copies `text` as its message. Throws `std::bad_alloc`.
+  explicit ApplicationErrorException(const std::string& text) : message(text) {}
 
   /// The message, unchanged. Good for as long as this exception lives.
   const char* what() const noexcept override { return message.c_str(); }
