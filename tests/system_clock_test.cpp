@@ -17,8 +17,7 @@ static int sleeps = 0;
 static int yields = 0;
 
 static void PassTime(std::chrono::nanoseconds time) {
-  constexpr int mostPauses = 1'000;
-  if (sleeps + yields > mostPauses) std::abort();  // the wait under test never ends
+  if (sleeps + yields > 1'000) std::abort();  // the wait under test never ends
   systemNow += time;
 }
 
@@ -29,9 +28,8 @@ std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept 
 }
 
 extern "C" int nanosleep(const timespec* length, timespec*) {
-  constexpr std::chrono::microseconds lateness(500);
   ++sleeps;
-  PassTime(std::chrono::nanoseconds(length->tv_nsec) + lateness);
+  PassTime(std::chrono::nanoseconds(length->tv_nsec + 500'000));  // as sleeps do, it lasts longer
   return 0;
 }
 
@@ -46,43 +44,33 @@ extern "C" int sched_yield() noexcept {
 namespace Common::Test {
 namespace {
 
-constexpr std::uint64_t LongestWait = (std::uint64_t{1} << 63) - 1;
-
 struct SystemClock : testing::Test {
-  SystemClock() { StartCounting(); }
-
-  static void StartCounting() { sleeps = yields = 0; }
-
-  std::uint64_t RawReading() const {
-    return static_cast<std::uint64_t>(systemNow / std::chrono::microseconds(1));
-  }
-
   // From here on the clock wraps in so many microseconds.
   void LetTheClockWrapIn(std::uint64_t microseconds) {
-    clock->SetOrigin(RawReading() + microseconds);
+    clock->SetOrigin(0);
+    clock->SetOrigin(clock->Now() + microseconds);
   }
 
-  std::uint64_t TimeOfWait(std::uint64_t microseconds) {
-    const std::uint64_t before = RawReading();
+  int SleepsOfWait(std::uint64_t microseconds) {
+    sleeps = yields = 0;
     clock->Wait(microseconds);
-    return RawReading() - before;
+    return sleeps;
   }
 
-  // What the end of a filler takes whose scope has already spent some time.
-  std::uint64_t TimeOfFiller(std::uint64_t microseconds, int spent) {
+  // What the end of a filler takes, in microseconds, whose scope has already spent some time.
+  std::int64_t TimeOfFiller(std::uint64_t microseconds, int spent) {
     auto filler = clock->MakeTimeFiller(microseconds);
     systemNow += std::chrono::microseconds(spent);
-    const std::uint64_t before = RawReading();
+    const std::chrono::nanoseconds before = systemNow;
     filler = nullptr;
-    return RawReading() - before;
+    return (systemNow - before) / std::chrono::microseconds(1);
   }
 
-  // Made at 7.0 ms. The sleep of 1 ms that it measures takes 1.5, so its waits may sleep while more
-  // than 3 ms remain.
+  // Its sleep of 1 ms takes 1.5, so a wait may sleep while more than 3 ms remain.
   const std::unique_ptr<STimeProvider> clock{ManufactureTimeProvider()};
 };
 
-TEST_F(SystemClock, StartsAtZeroAndCountsWholeMicroseconds) {
+TEST_F(SystemClock, StartsAtZeroAndRoundsDown) {
   EXPECT_EQ(clock->Now(), 1'500U);
   systemNow += std::chrono::nanoseconds(999);
   EXPECT_EQ(clock->Now(), 1'500U);
@@ -90,58 +78,45 @@ TEST_F(SystemClock, StartsAtZeroAndCountsWholeMicroseconds) {
   EXPECT_EQ(clock->Now(), 8'500U);
 }
 
-TEST_F(SystemClock, YieldsWhereAWaitIsNoLongerThanTwoSleeps) {
-  clock->Wait(3'000);
-  EXPECT_EQ(sleeps, 0);
+TEST_F(SystemClock, SleepsWhileMoreThanTwoSleepsRemainAndYieldsInEachPass) {
+  EXPECT_EQ(SleepsOfWait(3'000), 0);
   EXPECT_EQ(yields, 30);
-}
-
-TEST_F(SystemClock, DecidesToSleepByTheReadingBeforeTheYield) {
-  clock->Wait(3'001);
-  EXPECT_EQ(sleeps, 1);
+  EXPECT_EQ(SleepsOfWait(3'001), 1) << "decided by the reading before the yield";
   EXPECT_EQ(yields, 16);
+  EXPECT_EQ(SleepsOfWait(6'000), 2);
 }
 
-TEST_F(SystemClock, SleepsWhileMoreThanTwoSleepsRemain) {
-  clock->Wait(6'000);
-  EXPECT_EQ(sleeps, 2);
-  EXPECT_EQ(yields, 30);
-}
-
-TEST_F(SystemClock, NeitherYieldsNorSleepsWhereThereIsNothingToWaitFor) {
-  for (const std::uint64_t length : {std::uint64_t{0}, LongestWait + 1, ~std::uint64_t{0}}) {
-    clock->Wait(length);
-    TimeOfFiller(length, 50);
-    EXPECT_EQ(sleeps, 0) << length;
-    EXPECT_EQ(yields, 0) << length;
+TEST_F(SystemClock, NeitherYieldsNorSleepsForNothing) {
+  constexpr std::uint64_t tooLong = std::uint64_t{1} << 63;
+  for (const std::uint64_t length : {std::uint64_t{0}, tooLong, tooLong + 100}) {
+    EXPECT_EQ(SleepsOfWait(length), 0);
+    EXPECT_EQ(yields, 0);
+    EXPECT_EQ(TimeOfFiller(length, 500), 0);
   }
 }
 
 TEST_F(SystemClock, FillsWhatIsLeftOfAScope) {
-  EXPECT_EQ(TimeOfFiller(2'000, 0), 2'000U);
-  EXPECT_EQ(TimeOfFiller(2'000, 500), 1'500U);
-  EXPECT_EQ(TimeOfFiller(2'000, 2'000), 0U);
-  EXPECT_EQ(TimeOfFiller(2'000, 9'000), 0U);
+  EXPECT_EQ(TimeOfFiller(2'000, 0), 2'000);
+  EXPECT_EQ(TimeOfFiller(2'000, 500), 1'500);
+  EXPECT_EQ(TimeOfFiller(2'000, 9'000), 0);
 }
 
 TEST_F(SystemClock, WaitsAcrossItsWrap) {
   LetTheClockWrapIn(1'000);
-  EXPECT_EQ(TimeOfWait(2'000), 2'000U);
-  LetTheClockWrapIn(1'000);
-  EXPECT_EQ(TimeOfFiller(2'000, 500), 1'500U);
-}
-
-TEST_F(SystemClock, EndsAWaitWhoseLastMicrosecondsTheWrapSkips) {
+  clock->Wait(2'000);
+  EXPECT_EQ(clock->Now(), 1'000U);
   LetTheClockWrapIn(1'050);
-  EXPECT_EQ(TimeOfWait(1'049), 1'100U);
+  clock->Wait(1'049);
+  EXPECT_EQ(clock->Now(), 50U) << "the readings skip the last microseconds before the wrap";
+  LetTheClockWrapIn(1'000);
+  EXPECT_EQ(TimeOfFiller(2'000, 500), 1'500);
 }
 
-TEST_F(SystemClock, FillsNoMoreThanTheWholeScopeAfterItWasSetBack) {
+TEST_F(SystemClock, FillsNoMoreThanTheWholeScopeWhereItIsSetBack) {
   auto filler = clock->MakeTimeFiller(2'000);
-  clock->SetOrigin(RawReading());
-  const std::uint64_t before = RawReading();
+  LetTheClockWrapIn(5'000);
   filler = nullptr;
-  EXPECT_EQ(RawReading() - before, 2'000U);
+  EXPECT_EQ(clock->Now(), std::uint64_t{0} - 3'000);
 }
 
 }  // namespace
