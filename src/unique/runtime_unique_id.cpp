@@ -10,10 +10,9 @@ namespace Common::Unique {
 namespace {
 
 constexpr std::size_t CountersAtStart = 10'000;
-constexpr std::string_view DefaultObjectName = "/object";
-
-const std::string IdPrefix = "/$";
-const std::string IdSuffix = "#";
+constexpr std::string_view IdPrefix = "/$";
+constexpr std::string_view IdSuffix = "#";
+constexpr std::string_view DefaultObjectName = "/object";  // a given name gets no "/" of its own
 
 std::int32_t instanceCount = 0;
 
