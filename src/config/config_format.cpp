@@ -20,12 +20,13 @@ constexpr std::string_view KeyValueSeparator = " = ";
 std::string CapturedKey;
 std::string CapturedValue;
 
-// Ends with each text, so that the captures keep no memory of a line that was huge.
+// Ends with each text, so that the captures keep no memory of a line that was huge. An assignment
+// would keep it.
 struct CaptureMemory {
   CaptureMemory() = default;
   ~CaptureMemory() {
-    CapturedKey = {};
-    CapturedValue = {};
+    std::string().swap(CapturedKey);
+    std::string().swap(CapturedValue);
   }
 
   CaptureMemory(const CaptureMemory&) = delete;
