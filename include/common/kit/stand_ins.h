@@ -22,6 +22,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -306,10 +307,6 @@ struct StandInSettings : Config::SConfigFile {
   std::string filePath = "content/config/config.txt";  ///< what Save writes
 
  private:
-  static constexpr std::string_view KeyBytes =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_/\\";
-  static constexpr std::string_view WhiteSpace = " \t\n\v\f\r";
-
   // Takes off what `text` opens with of `bytes`, and returns it.
   static std::string_view TakeAll(std::string_view& text, std::string_view bytes) {
     const std::string_view taken = text.substr(0, text.find_first_not_of(bytes));
@@ -318,6 +315,9 @@ struct StandInSettings : Config::SConfigFile {
   }
 
   static bool ParseLine(std::string_view line, Config::ConfigEntries& parsed) {
+    constexpr std::string_view KeyBytes =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_/\\";
+    constexpr std::string_view WhiteSpace = " \t\n\v\f\r";
     line = line.substr(0, line.find('\0'));
     const std::string_view key = TakeAll(line, KeyBytes);
     TakeAll(line, WhiteSpace);
