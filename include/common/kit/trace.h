@@ -24,8 +24,7 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <map>
+#include <memory>
 #include <new>
 #include <ostream>
 #include <string>
@@ -98,7 +97,7 @@ class Trace {
     std::string separator = "\n";
     for (std::size_t index = 0; index < traces.size(); ++index) {
       assert(traces[index] != nullptr && "a trace that is not there");
-      traces[index]->WriteEvents(out, std::to_string(index + 1), separator);
+      traces[index]->WriteEvents(out, NumberText(index + 1), separator);
     }
     Write(out, "\n]}\n");
   }
@@ -106,8 +105,9 @@ class Trace {
  private:
   friend class TracedMeasurement;
 
-  // The name of a measurement that goes unkept.
-  static constexpr std::uint32_t NoName = ~std::uint32_t{0};
+  // An enumerator, since a constant of the class would be one for the process and keep a plugin
+  // loaded.
+  enum : std::uint32_t { NoName = ~std::uint32_t{0} };  // of a measurement that goes unkept
 
   struct Measurement {
     std::uint64_t started = 0;
@@ -123,14 +123,16 @@ class Trace {
   };
 
   struct Name {
+    bool IsOf(const Accumulator& other, const std::string& wanted) const {
+      return accumulator == &other && record == wanted;
+    }
     std::string Text() const { return accumulator->name + "/" + record; }
 
     const Accumulator* accumulator;
     std::string record;
   };
 
-  // The accumulators that were measured last, found by the address of their records.
-  static constexpr std::size_t RecentCount = 64;
+  enum : std::size_t { RecentCount = 64 };
 
   static std::size_t PlaceAmongRecent(const std::vector<MeasureRecord>* records) {
     constexpr std::uint64_t SpreadingFactor = 0x9E37'79B9'7F4A'7C15;
@@ -147,9 +149,13 @@ class Trace {
 
   Accumulator* FindOrMakeAccumulator(const std::string& name) noexcept {
     try {
-      Accumulator& accumulator = accumulators[name];
-      accumulator.name = name;
-      return &accumulator;
+      for (const std::unique_ptr<Accumulator>& accumulator : accumulators) {
+        if (accumulator->name == name) return accumulator.get();
+      }
+      auto made = std::make_unique<Accumulator>();
+      made->name = name;
+      accumulators.push_back(std::move(made));
+      return accumulators.back().get();
     } catch (const std::bad_alloc&) {
       return nullptr;
     }
@@ -170,12 +176,9 @@ class Trace {
     try {
       std::vector<std::uint32_t>& byPosition = accumulator.namesByPosition;
       if (position >= byPosition.size()) byPosition.resize(position + 1, NoName);
-      const auto isWanted = [&](const Name& name) {
-        return name.accumulator == &accumulator && name.record == record;
-      };
-      const auto found = std::find_if(names.begin(), names.end(), isWanted);
-      const auto index = static_cast<std::uint32_t>(found - names.begin());
-      if (found == names.end()) names.push_back({&accumulator, record});
+      std::uint32_t index = 0;
+      while (index < names.size() && !names[index].IsOf(accumulator, record)) ++index;
+      if (index == names.size()) names.push_back({&accumulator, record});
       byPosition[position] = index;
       return index;
     } catch (const std::bad_alloc&) {
@@ -201,7 +204,7 @@ class Trace {
   }
 
   static Line MakeLine(std::string name, std::vector<std::uint64_t>& durations) {
-    std::sort(durations.begin(), durations.end());
+    std::sort(durations.data(), durations.data() + durations.size());
     const std::size_t count = durations.size();
     const auto atPercent = [&](std::size_t percent) {
       return durations[(count * percent + 99) / 100 - 1];
@@ -223,8 +226,8 @@ class Trace {
                          ",\"cat\":" + Quote(name.accumulator->name) + ",\"ph\":\"X\",\"ts\":");
     }
     ForEach([&](const Measurement& measured) {
-      Write(out, separator + openings[measured.name] + std::to_string(measured.started) +
-                     ",\"dur\":" + std::to_string(measured.duration) + place);
+      Write(out, separator + openings[measured.name] + NumberText(measured.started) +
+                     ",\"dur\":" + NumberText(measured.duration) + place);
       separator = ",\n";
     });
   }
@@ -233,21 +236,31 @@ class Trace {
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
   }
 
+  // std::to_string would keep a plugin loaded, by a table that is one for the process.
+  static std::string NumberText(std::uint64_t number) {
+    std::string digits;
+    do {
+      digits.insert(digits.begin(), static_cast<char>('0' + number % 10));
+      number /= 10;
+    } while (number != 0);
+    return digits;
+  }
+
   // `text` as a JSON string.
   static std::string Quote(std::string_view text) {
     std::string quoted = "\"";
     while (!text.empty()) {
-      const std::size_t length = std::max<std::size_t>(LengthOfCharacter(text), 1);
-      const std::string_view character = text.substr(0, length);
-      if (LengthOfCharacter(text) == 0) {
+      const std::size_t length = LengthOfCharacter(text);
+      const char first = text.front();
+      if (length == 0) {
         quoted += "\\ufffd";
-      } else if (static_cast<unsigned char>(character.front()) < 0x20) {
-        quoted += EscapeOf(character.front());
+      } else if (static_cast<unsigned char>(first) < 0x20) {
+        quoted += EscapeOf(first);
       } else {
-        if (character == "\"" || character == "\\") quoted += '\\';
-        quoted += character;
+        if (first == '"' || first == '\\') quoted += '\\';
+        quoted.append(text.data(), length);
       }
-      text.remove_prefix(length);
+      text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return quoted + "\"";
   }
@@ -280,8 +293,9 @@ class Trace {
   std::vector<Measurement> ring;
   std::size_t next = 0;  // where the next measurement goes
   bool isFull = false;
-  std::map<std::string, Accumulator> accumulators;
-  std::deque<Name> names;
+  std::vector<std::unique_ptr<Accumulator>> accumulators;
+  std::vector<Name> names;
+  // The accumulators that were measured last, by the address of their records.
   std::array<Accumulator*, RecentCount> recentAccumulators{};
   std::string threadName;
 };
