@@ -166,7 +166,8 @@ class Trace {
     const std::string& record = (*handle.records)[handle.position].name;
     if (handle.position < accumulator->namesByPosition.size()) {
       const std::uint32_t known = accumulator->namesByPosition[handle.position];
-      if (known != NoName && names[known].record == record) return known;
+      // The first record bears the accumulator's name, which was compared already.
+      if (known != NoName && (handle.position == 0 || names[known].record == record)) return known;
     }
     return FindOrMakeName(*accumulator, record, handle.position);
   }
