@@ -16,21 +16,20 @@ using TotemAccess = Vorn::Singleton<SMessageTotem, std::shared_ptr>;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// What a cancelled call is overwritten with.
+// What a cancelled call is overwritten with, but for its stamp.
 const DelayedCall EmptyCall{0, 0, 0, [](std::uint64_t) {}};
 
 std::uint64_t instanceCount = 0;
 
-class ScopedMark {
- public:
-  explicit ScopedMark(bool& mark) : mark(mark) { mark = true; }
-  ~ScopedMark() { mark = false; }
+// Holds for as long as it lives, also where a callback throws.
+struct ScopedMark {
+  explicit ScopedMark(bool* mark) : mark(mark) { *mark = true; }
+  ~ScopedMark() { *mark = false; }
 
   ScopedMark(const ScopedMark&) = delete;
   ScopedMark& operator=(const ScopedMark&) = delete;
 
- private:
-  bool& mark;
+  bool* const mark;
 };
 
 std::shared_ptr<TotemAccess> RegisterTotem() {
@@ -58,6 +57,7 @@ void ApplyFrameEdge(SMessageTotem& record) {
 FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()) {}
 
 FrameUtilityImpl::~FrameUtilityImpl() {
+  const ScopedMark ending(&isTicking);  // a callable's destructor must not tick
   while (!delayedCalls.empty()) PopFront();
 }
 
@@ -118,8 +118,8 @@ void FrameUtilityImpl::Cancel(std::uint64_t number) {
 }
 
 void FrameUtilityImpl::Tick() {
-  assert(!isTicking && "Tick is not called from inside a callback");
-  const ScopedMark ticking(isTicking);
+  assert(!isTicking && "Tick is not called while a tick is under way or the utility ends");
+  const ScopedMark ticking(&isTicking);
   ApplyFrameEdge(*TotemAccess::Get());
   reactors.React(TotemAccess::Get()->frameNumber.Read());
   RunDelayedCalls();
