@@ -4,12 +4,11 @@
 #include <vorn_lnk/shared_path>
 
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <locale>
 #include <mutex>
 #include <utility>
 
+#include "../output_file.h"
 #include "time_stamp.h"
 
 namespace Common {
@@ -24,7 +23,7 @@ const std::string LogFileName = "zeb_log.txt";
 const std::string ArchiveFolder = "old_logs";
 
 constexpr std::size_t BatchLineCount = 500;
-constexpr std::streamsize FileBufferSize = 32 * 1024;
+constexpr std::size_t FileBufferSize = 32 * 1024;
 
 std::int32_t instanceCount = 0;
 
@@ -138,13 +137,10 @@ void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   }
 }
 
-// With a buffer of the log's own the file allocates nothing, so no lack of memory loses a batch,
-// and a usual batch is one write to the disk.
+// With a buffer of the log's own a usual batch is one write to the disk.
 void MessageLogImpl::WritePendingLines() noexcept {
-  std::filebuf file;
-  file.pubsetbuf(fileBuffer, FileBufferSize);
-  file.pubimbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
-  if (file.open(logFile.Path(), std::ios::out | std::ios::app) == nullptr) {
+  OutputFile file(logFile.Path(), OutputFile::Mode::Append, fileBuffer);
+  if (!file.IsOpen()) {
     ReportFailedOpen();
     return;
   }
