@@ -36,4 +36,4 @@ endforeach()
 install(FILES README.md CHANGELOG.md DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev)
 install(DIRECTORY docs samples DESTINATION ${doc_folder}/common-services-dev
-        COMPONENT common-services-dev)
+        COMPONENT common-services-dev PATTERN docs/site EXCLUDE)
