@@ -5,18 +5,15 @@
 
 #include <boost/lexical_cast.hpp>
 
-#include <fstream>
-#include <locale>
 #include <utility>
 
+#include "../output_file.h"
 #include "config_format.h"
 
 namespace Common {
 namespace {
 
 using Config::ConfigEntries;
-
-constexpr std::streamsize FileBufferSize = 4096;
 
 std::int32_t instanceCount = 0;
 
@@ -85,14 +82,10 @@ bool ConfigFileImpl::Load(const std::string& path) {
 }
 
 void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& path) {
-  // Nothing may run out of memory once opening has cut the file, so text and buffer are there
-  // before.
+  // Nothing may run out of memory once opening has cut the file, so the text is there before.
   const std::string text = FormatEntries(written);
-  char buffer[FileBufferSize];
-  std::filebuf file;
-  file.pubsetbuf(buffer, FileBufferSize);
-  file.pubimbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
-  if (file.open(Vorn::PathFromUtf8(path), std::ios::out | std::ios::trunc) == nullptr) {
+  OutputFile file(Vorn::PathFromUtf8(path), OutputFile::Mode::Replace);
+  if (!file.IsOpen()) {
     ReportError("File '" + path + "' write error.");
     return;
   }
