@@ -138,7 +138,8 @@ void Port::Berth(Ship& ship, Ship*& berth) {
 
 void Port::FinishUnloading(Ship*& berth) {
   BringAshore(*berth, berth->aboard - berth->keeps);
-  log.LogMessage(berth->name + " has unloaded and leaves");
+  log.LogMessage(berth->name + " has unloaded " + Tonnes(berth->tonnes - berth->aboard) +
+                 " and leaves");
   ++tally.unloaded;
   berth = nullptr;
 }

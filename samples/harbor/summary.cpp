@@ -22,12 +22,9 @@ std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent)
 }
 
 void PrintPhase(std::ostream& out, const Common::Kit::Trace::Line& phase) {
-  out << "  " << std::left << std::setw(18) << phase.name << std::right;
-  for (const std::uint64_t number :
-       {phase.count, phase.median, phase.percentile99, phase.maximum}) {
-    out << std::setw(13) << number;
-  }
-  out << '\n';
+  out << "  " << std::left << std::setw(18) << phase.name << std::right << std::setw(8)
+      << phase.count << std::setw(12) << phase.median << std::setw(20) << phase.percentile99
+      << std::setw(13) << phase.maximum << '\n';
 }
 
 }  // namespace
@@ -41,7 +38,7 @@ void PrintSummary(std::ostream& out, const Outcome& outcome) {
       << "\ncargo moved    " << tally.tonnesAshore << " t"
       << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway
       << " called away, " << tally.refused << " refused, " << tally.leftInPort << " left in port"
-      << "\nphase                      times    median us  99th perc us   longest us\n";
+      << "\nphase                  times   median us   99th percentile us   longest us\n";
   for (const Common::Kit::Trace::Line& phase : outcome.phases) PrintPhase(out, phase);
 }
 
