@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <utility>
 
 #include "content_files.h"
 #include "interrupt.h"
@@ -22,15 +23,50 @@ Settings Configure(Services& services, std::optional<std::uint64_t> frames) {
   return settings;
 }
 
-Common::Kit::Trace MakeTrace(const Settings& settings) {
-  return Common::Kit::Trace(std::min(settings.frames, MostTracedFrames) * Phase::Count, "harbor");
+// What works during a run. The members start in their order and end in the reverse one.
+class Shift {
+ public:
+  explicit Shift(std::optional<std::uint64_t> frames)
+      : settings(Configure(services, frames)),
+        trace(std::min(settings.frames, MostTracedFrames) * Phase::Count, "harbor"),
+        port(services, settings),
+        plugin(settings.plugin, {*services.frames, settings.dayLength}),
+        progress(settings.frames) {}
+
+  Outcome Run();
+
+ private:
+  void RunFrame(std::uint64_t index);
+  void WriteTrace() const;
+
+  Services services;
+  const Settings settings;
+  Common::Kit::Trace trace;
+  Port port;
+  PluginSlot plugin;
+  Progress progress;
+};
+
+Outcome Shift::Run() {
+  std::vector<std::uint64_t> frameTimes;
+  std::uint64_t begin = Clock::Get()->Now();
+  while (frameTimes.size() < settings.frames && !IsInterrupted()) {
+    RunFrame(frameTimes.size());
+    const std::uint64_t end = Clock::Get()->Now();
+    frameTimes.push_back(end - begin);
+    begin = end;
+  }
+  progress.Hide();
+  if (IsInterrupted()) Log::Get()->LogWarning("interrupted, the run ends early");
+  WriteTrace();
+  return {settings, port.Total(), std::move(frameTimes), trace.Summarize()};
 }
 
-void RunFrame(Services& services, const Settings& settings, Port& port, Progress& progress,
-              Common::Kit::Trace& trace) {
+void Shift::RunFrame(std::uint64_t index) {
   Common::Kit::TracedMeasurement frame(services.profiler->OpenAccumulator(Phase::Frame), trace);
   auto filler = Clock::Get()->MakeTimeFiller(settings.frameTime);
   progress.Hide();
+  if (index == settings.frames / 2) plugin.Reload();  // shows that it can be done in a run
   frame.GoOnTo(Phase::Tick);
   services.frames->Tick();
   frame.GoOnTo(Phase::Simulation);
@@ -40,7 +76,7 @@ void RunFrame(Services& services, const Settings& settings, Port& port, Progress
   filler = nullptr;  // waits for what is left of the frame
 }
 
-void WriteTrace(const Common::Kit::Trace& trace) {
+void Shift::WriteTrace() const {
   std::ofstream file(TraceFile, std::ios::binary);
   trace.WriteJson(file);
   file.close();
@@ -49,28 +85,6 @@ void WriteTrace(const Common::Kit::Trace& trace) {
 
 }  // namespace
 
-Outcome RunShift(std::optional<std::uint64_t> frames) {
-  Services services;
-  Outcome outcome{.settings = Configure(services, frames)};
-  const Settings& settings = outcome.settings;
-  Common::Kit::Trace trace = MakeTrace(settings);
-  Port port(services, settings);
-  PluginSlot weather(settings.plugin, {*services.frames, settings.dayLength});
-  Progress progress(settings.frames);
-  std::uint64_t begin = Clock::Get()->Now();
-  while (outcome.frameTimes.size() < settings.frames && !IsInterrupted()) {
-    if (outcome.frameTimes.size() == settings.frames / 2) weather.Reload();
-    RunFrame(services, settings, port, progress, trace);
-    const std::uint64_t end = Clock::Get()->Now();
-    outcome.frameTimes.push_back(end - begin);
-    begin = end;
-  }
-  progress.Hide();
-  if (IsInterrupted()) Log::Get()->LogWarning("interrupted, the run ends early");
-  WriteTrace(trace);
-  outcome.tally = port.Total();
-  outcome.phases = trace.Summarize();
-  return outcome;
-}
+Outcome RunShift(std::optional<std::uint64_t> frames) { return Shift(frames).Run(); }
 
 }  // namespace Harbor
