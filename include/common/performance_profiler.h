@@ -16,7 +16,7 @@
 
 #include <common/common_services_export.h>
 #include <common/measure_cost.h>
-#include <vorn_lnk/vorn_lnk_export.h>
+#include <vorn_lnk/shared_type>
 
 #include <algorithm>
 #include <cassert>

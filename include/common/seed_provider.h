@@ -10,7 +10,7 @@
 #pragma once
 
 #include <common/common_services_export.h>
-#include <vorn_lnk/vorn_lnk_export.h>
+#include <vorn_lnk/shared_type>
 
 #include <cstdint>
 
