@@ -13,7 +13,7 @@ string(SUBSTRING "${host}" 0 ${end} host)
 file(CONFIGURE OUTPUT ${readme_source} CONTENT "${host}" @ONLY)
 
 add_executable(readme_host ${readme_source})
-target_link_libraries(readme_host PRIVATE common_services project_warnings)
+target_link_libraries(readme_host PRIVATE common_services common_services_warnings)
 set(readme_folder ${PROJECT_BINARY_DIR}/readme_host)
 file(MAKE_DIRECTORY ${readme_folder}/content/config)
 add_test(NAME readme_host COMMAND readme_host WORKING_DIRECTORY ${readme_folder})

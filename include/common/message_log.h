@@ -1,15 +1,44 @@
-// The one log of a process. A line is stamped with the local time, kept in memory, copied to the
-// console, and written to the file in batches. At start the log of the previous run moves from
-// `zeb_log.txt` in the working directory into `old_logs`, under a name of its own.
-//
-//   using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
-//   const auto owner = Log::Create(Common::Log::ManufactureMessageLog());
-//   auto* log = Log::Get();
-//   log->SetLiveOutput(true);
-//   log->LogWarning("no free berth");  // WARNING: 2026-03-09, 17:05:42: no free berth
-//
-// What a crash loses: every line since the last batch. A batch is written when 500 lines wait, only
-// while live output is on, and at the log's end. Nothing flushes earlier.
+/// @file
+///
+/// The one log of a process. A line is stamped with the local time, kept in memory, copied to the
+/// console, and written to the file in batches. At start the log of the previous run moves from
+/// `zeb_log.txt` in the working directory into `old_logs`, under a name of its own that sorts by
+/// time.
+///
+/// ```cpp
+/// using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
+/// const auto owner = Log::Create(Common::Log::ManufactureMessageLog());
+/// auto* log = Log::Get();
+/// log->SetLiveOutput(true);
+/// log->LogWarning("no free berth");  // WARNING: 2026-03-09, 17:05:42: no free berth
+/// ```
+///
+/// What a crash loses: every line since the last batch. A batch is written when 500 lines wait,
+/// only while live output is on, and at the log's end. Only `Flush` writes earlier:
+///
+/// ```cpp
+/// std::set_terminate([] {  // no signal handler: see Flush
+///   Log::Get()->Flush();   // while the log's owner lives
+///   std::abort();
+/// });
+/// ```
+///
+/// What else a host should know:
+/// - A kill, or a loss of power, in the middle of a batch may leave its last line cut.
+/// - A full disk loses lines silently. Each byte is tried once, in order; after the first failure
+///   the rest of that batch is dropped, and the next batch tries again.
+/// - Live output through a pipe or into a file comes in blocks, because `std::cout` gathers what no
+///   terminal shows. `std::cout << std::unitbuf` sends each line at once. Errors always come at
+///   once.
+/// - The stamp is in the local time zone, without naming it. A zone that the host changes shows
+///   within a second.
+/// - One host a working directory. Of two started at once, one may move the other's log away or be
+///   left without a file.
+/// - A plain file named `old_logs` costs the previous log: it is deleted, since it cannot be moved.
+/// - A child made by `fork` has a copy of the lines that wait. It must end through `_exit` or
+///   `exec`: with `exit`, an owner at file scope writes them a second time. If another thread was
+///   logging at the time of the `fork`, the child's first log call waits forever.
+/// - `pthread_cancel` takes effect behind a log call, not inside it.
 #pragma once
 
 #include <common/common_services_export.h>
@@ -20,44 +49,91 @@
 
 namespace Common::Log {
 
+/// The log. Any thread may add lines; everything else but `Flush` is for the host to keep apart.
 struct VORN_LNK_SHARED_TYPE SMessageLog {
-  // Writes all waiting lines. REQUIRES: all logging has ended.
+  /// Writes all waiting lines, whatever live output says, and so makes the file even where nothing
+  /// waits. A file that cannot be opened loses the lines and gets one line on std::cerr.
+  ///
+  /// REQUIRES: all logging has ended.
   virtual ~SMessageLog() = default;
 
-  // Each adds one line of its kind, `text` byte for byte: an error opens with "ERROR: ", a warning
-  // with "WARNING: ". With live output on, errors are copied to std::cerr and all others to
-  // std::cout, and a full batch is written, which may take the time of a write to the disk. No
-  // trouble with console or file reaches the caller; a file that cannot be opened loses the batch
-  // and gets one line on std::cerr. Throws only std::system_error for the lock and std::bad_alloc,
-  // and has then added nothing. Any thread.
+  /// Adds one line that opens with "ERROR: ". `text` is taken byte for byte, line feeds included.
+  /// With live output on, the line is copied to std::cerr, and if 500 lines or more then wait, all
+  /// of them are written to the file.
+  ///
+  /// Throws only std::bad_alloc, and std::system_error for the lock, and has then added nothing. No
+  /// trouble with console or file reaches the caller, not even an exception from a stream buffer of
+  /// the host's own. A file that cannot be opened loses the batch and gets one line on std::cerr.
+  ///
+  /// Any thread. A call takes the time of a write to the disk when it completes a batch, or while
+  /// another thread does.
+  ///
+  /// REQUIRES: not called from inside a log call, as by a console stream or a new-handler that
+  /// logs. A build with assertions stops there; another one throws std::system_error
+  /// (`resource_deadlock_would_occur`).
   virtual void LogError(const std::string& text) = 0;
+
+  /// Adds one line that opens with "WARNING: " and whose copy goes to std::cout; otherwise as
+  /// `LogError`.
   virtual void LogWarning(const std::string& text) = 0;
+
+  /// Adds one line without a prefix, whose copy goes to std::cout; otherwise as `LogError`.
   virtual void LogMessage(const std::string& text) = 0;
 
-  // Sends the lines that wait, and all later ones, to the end of this file; UTF-8, a relative name
-  // counts from the present working directory. Opens nothing yet. Throws
-  // std::filesystem::filesystem_error, and changes nothing, if the working directory cannot be
-  // read. REQUIRES: no log call at the same time.
+  /// Sends the lines that wait, and all later ones, to the end of the file `fileName`. Opens
+  /// nothing yet. The name is UTF-8; a relative one counts from the present working directory. A
+  /// name with a NUL in it is accepted, and names a file that cannot be opened.
+  ///
+  /// Throws std::filesystem::filesystem_error for "current_path()", and changes nothing, if the
+  /// working directory cannot be read.
+  ///
+  /// REQUIRES: no log call at the same time.
   virtual void SetLogFile(const std::string& fileName) = 0;
 
-  // Turns the console copies and the batch writes on or off for the lines to come. Off at first:
-  // lines then wait in memory for the log's end. REQUIRES: no log call at the same time.
+  /// Turns the console copies and the batch writes on or off for the lines to come. They are off at
+  /// first: lines then wait in memory, without limit, for `Flush` or the log's end. Lines that wait
+  /// already are never copied to the console; they go to the file with the next batch.
+  ///
+  /// REQUIRES: no log call at the same time.
   virtual void SetLiveOutput(bool on) = 0;
 
-  // Side lines are a list apart, without stamp, for the host to show as it likes; they reach
-  // neither console nor file. For one thread at a time.
+  /// Adds `text` to the side lines: a list apart, without stamps, for the host to show as it likes.
+  /// Side lines reach neither console nor file.
+  ///
+  /// Throws std::bad_alloc, and has then added nothing. For one thread at a time.
   virtual void AddSideLine(const std::string& text) = 0;
+
+  /// Empties the list of side lines. For one thread at a time.
   virtual void ClearSideLines() = 0;
 
-  // A copy of the side lines, each ended by a line feed.
+  /// A copy of the side lines, oldest first, each ended by a line feed. A log that keeps none, as a
+  /// test's stand-in may, need not implement this.
+  ///
+  /// For one thread at a time, together with the two operations above.
   virtual std::vector<std::string> SideLines() { return {}; }
+
+  /// Writes all waiting lines to the file now, whatever live output says. For a terminate handler,
+  /// or before something that may crash. A host that never calls it loses nothing at an orderly
+  /// end, since the destructor writes the lines too.
+  ///
+  /// Returns true when no line waits any more; where none did, no file is touched. False means that
+  /// the lines still wait: the file could not be opened, which gets one line on std::cerr, or this
+  /// thread is inside a log call at the moment, so that the lock would never come. A disk that
+  /// fills up in the middle costs the rest, as in any batch, and is not noticed. A log that writes
+  /// each line at once, or has no file, need not implement this.
+  ///
+  /// Throws nothing. Any thread; waits for other threads' log calls. Not for signal handlers: a
+  /// signal may interrupt any thread in the middle of a log call, or of an allocation.
+  virtual bool Flush() { return true; }
 };
 
-// Makes the process's one log, which the caller owns: moves the previous log away and queues a
-// header of three lines. If the move fails, there is no header, and no file until SetLogFile names
-// one. Throws ApplicationErrorException on every call but the first,
-// std::filesystem::filesystem_error if the working directory cannot be read, and whatever
-// Vorn::CreateGuid does. For one thread at a time.
+/// Makes the process's one log, which the caller owns: moves the previous log away and queues a
+/// header of three lines. If the move fails, the previous log stays untouched, there is no header,
+/// and no file until `SetLogFile` names one.
+///
+/// Throws ApplicationErrorException on every call but the first, std::filesystem::filesystem_error
+/// for "current_path()" if the working directory cannot be read, and whatever `Vorn::CreateGuid`
+/// does. For one thread at a time.
 COMMON_SERVICES_EXPORT SMessageLog* ManufactureMessageLog();
 
 }  // namespace Common::Log

@@ -3,13 +3,18 @@
 #include <vorn_lnk/guid>
 #include <vorn_lnk/shared_path>
 
+#include <atomic>
+#include <cassert>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <locale>
 #include <mutex>
+#include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 
+#include "../output_file.h"
+#include "console.h"
 #include "time_stamp.h"
 
 namespace Common {
@@ -24,14 +29,37 @@ const std::string LogFileName = "zeb_log.txt";
 const std::string ArchiveFolder = "old_logs";
 
 constexpr std::size_t BatchLineCount = 500;
-constexpr std::streamsize FileBufferSize = 32 * 1024;
+constexpr std::size_t FileBufferSize = 32 * 1024;
 
 std::int32_t instanceCount = 0;
 
-// The bytes alone: a width or fill that the host has set for its own output is not for the log.
-void Insert(std::ostream& console, const std::string& line) {
-  console.write(line.data(), static_cast<std::streamsize>(line.size()));
-}
+// A plain mutex that knows which thread holds it. A log call made from inside a log call is a
+// mistake of the host's and stops here, since the lock would never come.
+class LineMutex {
+ public:
+  void lock() {
+    assert(!IsHeldByThisThread() && "a log call was made from inside a log call");
+    if (IsHeldByThisThread()) {
+      throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    }
+    mutex.lock();
+    holder.store(std::this_thread::get_id(), std::memory_order_relaxed);
+  }
+
+  void unlock() {
+    holder.store(std::thread::id(), std::memory_order_relaxed);
+    mutex.unlock();
+  }
+
+  // Only the thread itself ever stores its own id, so its answer is sure without an order.
+  bool IsHeldByThisThread() const noexcept {
+    return holder.load(std::memory_order_relaxed) == std::this_thread::get_id();
+  }
+
+ private:
+  std::mutex mutex;
+  std::atomic<std::thread::id> holder{};
+};
 
 }  // namespace
 
@@ -48,6 +76,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   void AddSideLine(const std::string& text) override { sideLines.push_back(text + '\n'); }
   void ClearSideLines() override { sideLines.clear(); }
   std::vector<std::string> SideLines() override { return sideLines; }
+  bool Flush() override;
 
  private:
   void MovePreviousLogAway();
@@ -55,12 +84,15 @@ class MessageLogImpl final : public Log::SMessageLog {
   void AddLine(const std::string& prefix, const std::string& text);
   void PublishLastLine() noexcept;
   void CopyToConsole(const std::string& line) noexcept;
-  void WritePendingLines() noexcept;
+  bool WritePendingLines() noexcept;
   void ReportFailedOpen() noexcept;
 
+  // No lock guards these: the host keeps their operations apart from each other and from log calls.
   std::vector<std::string> sideLines;
   bool liveOutput = false;
-  std::mutex lineMutex;
+
+  // Guards what stands below it, but for `logFile`, which log calls only read.
+  LineMutex lineMutex;
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
   TimeStamper timeStamper;
@@ -80,7 +112,10 @@ MessageLogImpl::MessageLogImpl() {
   AddHeader();
 }
 
-MessageLogImpl::~MessageLogImpl() { WritePendingLines(); }
+MessageLogImpl::~MessageLogImpl() {
+  const CancellationPause pause;
+  WritePendingLines();
+}
 
 void MessageLogImpl::MovePreviousLogAway() {
   if (!std::filesystem::exists(std::filesystem::path(logFile))) return;
@@ -103,17 +138,22 @@ void MessageLogImpl::AddHeader() {
 
 void MessageLogImpl::SetLogFile(const std::string& fileName) {
   std::filesystem::path path = Vorn::PathFromUtf8(fileName);
-  if (!path.is_absolute()) path = std::filesystem::current_path() / path;
+  if (!path.is_absolute()) {
+    std::error_code failure;
+    const std::filesystem::path folder = std::filesystem::current_path(failure);
+    if (failure) throw std::filesystem::filesystem_error("current_path()", failure);
+    path = folder / path;
+  }
   logFile.Reset(std::move(path), true);
 }
 
+// Memory for the line is had before the lock, which is what other threads wait for.
 void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text) {
-  const std::lock_guard lock(lineMutex);
-  const std::string& stamp = timeStamper.MakeTimeStamp();
   std::string line;
-  line.reserve(prefix.size() + stamp.size() + 1 + text.size() + 1);
+  line.reserve(prefix.size() + TimeStamper::UsualSize + 1 + text.size() + 1);
+  const std::lock_guard lock(lineMutex);
   line += prefix;
-  line += stamp;
+  line += timeStamper.MakeTimeStamp();
   line += ' ';
   line += text;
   line += '\n';
@@ -123,39 +163,51 @@ void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text)
 
 void MessageLogImpl::PublishLastLine() noexcept {
   if (!liveOutput) return;
+  const CancellationPause pause;
   CopyToConsole(pendingLines.back());
   if (pendingLines.size() < BatchLineCount) return;
-  WritePendingLines();
+  WritePendingLines();  // what a file that cannot be opened has not taken is lost
   pendingLines.clear();
 }
 
 // Only an error opens with the prefix's first byte: other lines open with a digit or with the
 // warning's.
 void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
+  InsertQuietly(line.front() == ErrorPrefix.front() ? std::cerr : std::cout, line);
+}
+
+bool MessageLogImpl::Flush() {
+  if (lineMutex.IsHeldByThisThread()) return false;
   try {
-    Insert(line.front() == ErrorPrefix.front() ? std::cerr : std::cout, line);
-  } catch (...) {  // a host may have asked its streams to throw; the caller of the log has not
+    const std::lock_guard lock(lineMutex);
+    const CancellationPause pause;
+    if (pendingLines.empty()) return true;
+    if (!WritePendingLines()) return false;
+    pendingLines.clear();
+    return true;
+  } catch (const std::system_error&) {  // no lock to be had, and a dying process needs an answer
+    return false;
   }
 }
 
-// With a buffer of the log's own the file allocates nothing, so no lack of memory loses a batch,
-// and a usual batch is one write to the disk.
-void MessageLogImpl::WritePendingLines() noexcept {
-  std::filebuf file;
-  file.pubsetbuf(fileBuffer, FileBufferSize);
-  file.pubimbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
-  if (file.open(logFile.Path(), std::ios::out | std::ios::app) == nullptr) {
+// Whether the file could be opened. With a buffer of the log's own a usual batch is one write to
+// the disk.
+bool MessageLogImpl::WritePendingLines() noexcept {
+  OutputFile file(logFile.Path(), OutputFile::Mode::Append, fileBuffer);
+  if (!file.IsOpen()) {
     ReportFailedOpen();
-    return;
+    return false;
   }
   for (const std::string& line : pendingLines)
     file.sputn(line.data(), static_cast<std::streamsize>(line.size()));
+  return true;
 }
 
 void MessageLogImpl::ReportFailedOpen() noexcept {
   try {
-    Insert(std::cerr, "Failed to open log file for writing: " + logFile.String() + '\n');
-  } catch (...) {  // the failure of a log has nowhere else to go
+    InsertQuietly(std::cerr, "Failed to open log file for writing: " + logFile.String() + '\n');
+  } catch (const std::exception&) {  // no memory for the text: the failure of a log has nowhere
+                                     // else to go
   }
 }
 

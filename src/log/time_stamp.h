@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <ctime>
 #include <string>
 
@@ -9,6 +10,9 @@ namespace Common {
 // one thread at a time.
 class TimeStamper {
  public:
+  // Of a stamp in the classic locale. Another locale's may be longer.
+  static constexpr std::size_t UsualSize = 21;
+
   // Good until the next call. Formats anew in another second, and always in another locale than the
   // classic one, whose facets may be the host's own. So a time zone that the host changes shows
   // from the next second on.

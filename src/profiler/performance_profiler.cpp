@@ -3,22 +3,25 @@
 #include <common/performance_profiler.h>
 #include <vorn_lnk/shared_path>
 
-#include <fstream>
-#include <locale>
 #include <map>
+#include <ostream>
 #include <string_view>
+
+#include "../output_file.h"
 
 namespace Common {
 namespace {
 
-constexpr std::string_view ReportFileName = "/profiler_data.csv";
+constexpr std::string_view ReportFileName = "profiler_data.csv";
 constexpr std::string_view AccumulatorTitle = "Profile for accumulator: ";
 constexpr std::string_view ColumnHeads = "Name\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]";
 
-constexpr std::streamsize StreamBufferSize = 4096;
+constexpr std::size_t ReportBufferSize = 4096;
 constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
 using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
+
+std::string DefaultPath() { return (UtResultFolder + '/').append(ReportFileName); }
 
 void PrintRecord(std::ostream& report, const std::string& accumulator,
                  const MeasureRecord& record) {
@@ -59,17 +62,13 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   }
 
   void WriteReport(const std::string& path) override {
-    const std::string chosen = path.empty() ? UtResultFolder + std::string(ReportFileName) : path;
-    char buffer[StreamBufferSize];  // so that no lack of memory costs the last report once opening
-                                    // has cut it
-    std::ofstream report;
-    report.rdbuf()->pubimbue(
-        std::locale::classic());  // the names are bytes; the numbers follow the global locale
-    report.rdbuf()->pubsetbuf(buffer, StreamBufferSize);
-    report.open(Vorn::PathFromUtf8(chosen), std::ios::out | std::ios::ate);
-    if (!report.good()) {
+    const std::string chosen = path.empty() ? DefaultPath() : path;
+    char buffer[ReportBufferSize];
+    OutputFile file(Vorn::PathFromUtf8(chosen), OutputFile::Mode::ReplaceAtEnd, buffer);
+    if (!file.IsOpen()) {
       throw ApplicationErrorException("Failed to open file " + chosen + " for writing!");
     }
+    std::ostream report(&file);  // the names are bytes; the numbers follow the global locale
     PrintReport(report, accumulators);
   }
 

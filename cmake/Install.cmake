@@ -1,0 +1,41 @@
+# What is installed, in two components that are named as the packages: `common-services` is what a
+# program needs to run, `common-services-dev` what it is built with.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS vorn_lnk common_services EXPORT CommonServicesTargets
+        RUNTIME COMPONENT common-services
+        LIBRARY COMPONENT common-services NAMELINK_COMPONENT common-services-dev
+        ARCHIVE COMPONENT common-services-dev
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT common-services-dev)
+
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/CommonServices)
+install(EXPORT CommonServicesTargets NAMESPACE CommonServices:: DESTINATION ${package_folder}
+        COMPONENT common-services-dev)
+configure_package_config_file(cmake/CommonServicesConfig.cmake.in
+                              ${PROJECT_BINARY_DIR}/CommonServicesConfig.cmake
+                              INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/CommonServicesConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/CommonServicesConfig.cmake
+              ${PROJECT_BINARY_DIR}/CommonServicesConfigVersion.cmake
+        DESTINATION ${package_folder} COMPONENT common-services-dev)
+
+# A debug build has a file of its own, common_servicesd.pc, as it has libraries of its own.
+file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/common_services.pc.in ${PROJECT_BINARY_DIR}/common_services.pc.in @ONLY)
+set(pc_file ${PROJECT_BINARY_DIR}/pkgconfig/common_services$<$<CONFIG:Debug>:d>.pc)
+file(GENERATE OUTPUT ${pc_file} INPUT ${PROJECT_BINARY_DIR}/common_services.pc.in)
+install(FILES ${pc_file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT common-services-dev)
+
+set(doc_folder ${CMAKE_INSTALL_DATADIR}/doc)
+foreach(component common-services common-services-dev)
+  install(FILES cmake/copyright DESTINATION ${doc_folder}/${component} COMPONENT ${component})
+endforeach()
+install(FILES README.md CHANGELOG.md DESTINATION ${doc_folder}/common-services-dev
+        COMPONENT common-services-dev)
+install(DIRECTORY docs samples DESTINATION ${doc_folder}/common-services-dev
+        COMPONENT common-services-dev PATTERN docs/site EXCLUDE)
+install(DIRECTORY share/lnav DESTINATION ${CMAKE_INSTALL_DATADIR}
+        COMPONENT common-services-dev)
