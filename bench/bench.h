@@ -47,6 +47,7 @@ struct Plan {
 void RegisterConfig(const Plan& plan);
 void RegisterCount();
 void RegisterFrame(const Plan& plan);
+void RegisterKit(const Plan& plan);
 void RegisterLog();
 void RegisterProfiler(const Plan& plan);
 void RegisterStart(const Plan& plan);

@@ -46,6 +46,11 @@ std::string Join(const std::vector<std::string>& lines) {
   return text;
 }
 
+// `size` is that of the text which one iteration reads or makes.
+void ShowBytesPerSecond(benchmark::State& state, std::size_t size) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+}
+
 // ---- Text into a map.
 
 Tree ReadTree(const std::string& text) {
@@ -107,6 +112,7 @@ void RegisterParser(const std::string& job, int lines, const std::string& who,
                     const std::string& text, Parse parse) {
   const auto run = [=](benchmark::State& state) {
     TimeMaking(state, BatchOf(lines), [&] { return parse(text); });
+    ShowBytesPerSecond(state, text.size());
   };
   benchmark::RegisterBenchmark(Name(job, lines, who).c_str(), run)->UseManualTime();
 }
@@ -162,8 +168,10 @@ void WriteStream(const std::string& path, std::string_view text) {
 template <class Read, class Format>
 void RegisterFormatter(int lines, const std::string& who, Read read, Format format) {
   const auto run = [=](benchmark::State& state) {
-    const auto input = read(Join(MakeLines(lines)));
+    const std::string text = Join(MakeLines(lines));
+    const auto input = read(text);
     TimeMaking(state, BatchOf(lines), [&] { return format(input); });
+    ShowBytesPerSecond(state, text.size());
   };
   benchmark::RegisterBenchmark(Name("format", lines, who).c_str(), run)->UseManualTime();
 }
@@ -171,10 +179,12 @@ void RegisterFormatter(int lines, const std::string& who, Read read, Format form
 template <class Read, class Save>
 void RegisterWriter(int lines, const std::string& who, Read read, Save save) {
   const auto run = [=](benchmark::State& state) {
-    const auto input = read(Join(MakeLines(lines)));
+    const std::string text = Join(MakeLines(lines));
+    const auto input = read(text);
     const ScopedFolder folder(MemoryFolder);
     const std::string path = folder.File("settings.txt");
     for (auto _ : state) save(path, input);
+    ShowBytesPerSecond(state, text.size());
   };
   benchmark::RegisterBenchmark(Name("write_file", lines, who).c_str(), run);
 }

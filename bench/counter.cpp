@@ -1,16 +1,18 @@
 #include "counter.h"
 
+#include <vector>
+
 namespace Common::Bench {
 namespace {
 
-struct PlainCounter : Counter {
-  std::int64_t Next() override { return ++last; }
+struct CounterStack : Counter {
+  std::int64_t Next() override { return ++counters.back(); }
 
-  std::int64_t last = 0;
+  std::vector<std::int64_t> counters{0};
 };
 
 }  // namespace
 
-std::shared_ptr<Counter> MakeCounter() { return std::make_shared<PlainCounter>(); }
+std::shared_ptr<Counter> MakeCounter() { return std::make_shared<CounterStack>(); }
 
 }  // namespace Common::Bench

@@ -5,8 +5,8 @@
 
 namespace Common::Bench {
 
-// Counts behind a virtual call. Stands in a file of its own, so that the compiler cannot see
-// through the call.
+// Counts on the top of a stack, behind a virtual call. Stands in a library of its own, so that the
+// compiler cannot see through the call and the call goes as far as one of a service's.
 struct Counter {
   virtual ~Counter() = default;
   virtual std::int64_t Next() = 0;

@@ -46,6 +46,7 @@ int RunBenchmarks(bool smoke) {
     RegisterLog();
     RegisterConfig(plan);
     RegisterFrame(plan);
+    RegisterKit(plan);
     RegisterTime(plan);
     RegisterProfiler(plan);
     RegisterUnique(plan);

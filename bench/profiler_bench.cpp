@@ -2,8 +2,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 
 #include "bench.h"
 
@@ -16,20 +18,39 @@ constexpr int RecordsPerAccumulator = 100;
 const std::string FrameName = "frame";
 const std::string SimulationName = "simulation";
 
-void ReadClock() { benchmark::DoNotOptimize(std::chrono::steady_clock::now()); }
-
-void ReadClockTwice() {
-  ReadClock();
-  ReadClock();
-}
-
 // ---- Measuring.
 
+std::uint64_t ReadMicroseconds() {
+  const std::chrono::nanoseconds reading = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(reading.count()) / 1000;
+}
+
+// What a measurement leaves behind.
+struct Sums {
+  void Add(std::uint64_t time) {
+    totalTime += time;
+    ++calls;
+  }
+
+  std::uint64_t totalTime = 0;
+  std::uint64_t calls = 0;
+};
+
+// Both find the sums by name.
 void RegisterMeasuring(SPerformanceProfiler* profiler) {
   RegisterJob("measurement/1/ours", [=] { profiler->OpenAccumulator(FrameName).Stop(); });
-  RegisterJob("measurement/1/floor", ReadClockTwice);
+  const auto sums = std::make_shared<std::map<std::string, Sums>>();
+  sums->emplace(FrameName, Sums{});
+  RegisterJob("measurement/1/floor", [sums] {
+    Sums& frame = sums->find(FrameName)->second;
+    const std::uint64_t before = ReadMicroseconds();
+    frame.Add(ReadMicroseconds() - before);
+    benchmark::ClobberMemory();
+  });
+}
 
-  // Each step ends the record before it and starts the next, with one clock reading for both.
+// Each step ends the record before it and starts the next, with one clock reading for both.
+void RegisterGoingOn(SPerformanceProfiler* profiler) {
   benchmark::RegisterBenchmark("further_records/2/ours", [=](benchmark::State& state) {
     AccumulatorHandle handle = profiler->OpenAccumulator(FrameName);
     for (auto _ : state) {
@@ -38,7 +59,25 @@ void RegisterMeasuring(SPerformanceProfiler* profiler) {
     }
     handle.Stop();
   });
-  RegisterJob("further_records/2/floor", ReadClockTwice);
+
+  benchmark::RegisterBenchmark("further_records/2/floor", [](benchmark::State& state) {
+    std::vector<std::pair<std::string, Sums>> records{{FrameName, {}}, {SimulationName, {}}};
+    Sums* present = &records.front().second;
+    std::uint64_t started = ReadMicroseconds();
+    const auto goOnTo = [&](const std::string& name) {
+      const auto isNamed = [&name](const auto& record) { return record.first == name; };
+      const auto next = std::find_if(records.begin(), records.end(), isNamed);
+      const std::uint64_t now = ReadMicroseconds();
+      present->Add(now - started);
+      present = &next->second;
+      started = now;
+      benchmark::ClobberMemory();
+    };
+    for (auto _ : state) {
+      goOnTo(SimulationName);
+      goOnTo(FrameName);
+    }
+  });
 }
 
 // Google Benchmark's own timer, which also reads the processor time. It cannot be timed by the loop
@@ -89,11 +128,11 @@ Accumulators MakeRecords() {
   return accumulators;
 }
 
-// One formatted write a record into one text, and one write of that.
+// The same text: one formatted write a record into memory, and one write of that.
 void WriteReportByHand(const Accumulators& accumulators, const std::string& path) {
   constexpr std::size_t LongestRow = 200;
-  std::string text;
-  std::size_t size = 0;
+  std::string text = "\n";
+  std::size_t size = text.size();
   const auto append = [&](const char* format, auto... values) {
     if (text.size() < size + LongestRow) text.resize(2 * (size + LongestRow));
     size += static_cast<std::size_t>(std::snprintf(&text[size], LongestRow, format, values...));
@@ -102,9 +141,11 @@ void WriteReportByHand(const Accumulators& accumulators, const std::string& path
     append("Profile for accumulator: \t%s\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n",
            name.c_str());
     for (const MeasureRecord& record : records) {
+      const float seconds = static_cast<float>(record.totalTime) / 1'000'000.0F;
       append("%s/%s\t%lu\t%g\t%lu\t%lu\n", name.c_str(), record.name.c_str(), record.totalTime,
-             static_cast<double>(record.totalTime) * 1e-6, record.calls, record.measureCost);
+             static_cast<double>(seconds), record.calls, record.measureCost);
     }
+    append("\n");
   }
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (write(file, text.data(), size) != static_cast<ssize_t>(size)) std::abort();
@@ -127,6 +168,7 @@ void RegisterReport() {
 
 void RegisterProfiler(const Plan& plan) {
   RegisterMeasuring(plan.services.profiler.get());
+  RegisterGoingOn(plan.services.profiler.get());
   RegisterOtherTimer();
   RegisterReport();
 }

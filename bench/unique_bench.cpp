@@ -3,6 +3,8 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include <charconv>
+#include <cstdlib>
+#include <locale>
 #include <string_view>
 
 #include "bench.h"
@@ -13,12 +15,21 @@ namespace {
 
 constexpr std::string_view ObjectName = "crane_of_the_north_quay";
 
-std::string MakeNameByHand(std::int64_t id, std::string_view name) {
+// The digits follow the global locale, which groups none here.
+std::string MakeIdTextByHand(std::int64_t id) {
+  if (std::locale() != std::locale::classic()) std::abort();
   char digits[20];
-  const auto end = std::to_chars(digits, digits + sizeof digits, id).ptr;
+  const auto [end, failure] = std::to_chars(digits, digits + sizeof digits, id);
+  return {digits, end};
+}
+
+// The name has no prefix to drop.
+std::string MakeNameByHand(std::int64_t id, std::string_view name) {
+  if (name.starts_with("/$")) std::abort();
+  const std::string idText = MakeIdTextByHand(id);
   std::string made;
-  made.reserve(3 + static_cast<std::size_t>(end - digits) + name.size());
-  made.append("/$").append(digits, end).append(1, '#').append(name);
+  made.reserve(3 + idText.size() + name.size());
+  made.append("/$").append(idText).append(1, '#').append(name);
   return made;
 }
 
@@ -38,8 +49,8 @@ void RegisterUnique(const Plan& plan) {
   RegisterJob("unique_name/1/ours",
               [ids] { benchmark::DoNotOptimize(ids->MakeUniqueName(ObjectName)); });
   RegisterJob("unique_name/1/uuid", [] { benchmark::DoNotOptimize(MakeUuidText()); });
-  RegisterJob("unique_name/1/floor", [last = std::make_shared<std::int64_t>(0)] {
-    benchmark::DoNotOptimize(MakeNameByHand(++*last, ObjectName));
+  RegisterJob("unique_name/1/floor", [counter = MakeCounter()] {
+    benchmark::DoNotOptimize(MakeNameByHand(counter->Next(), ObjectName));
   });
 }
 

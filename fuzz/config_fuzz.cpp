@@ -1,11 +1,11 @@
-// Reading and writing settings, against a scanner that knows only when a line is good: it opens
-// with key bytes, then comes white space, then "=". Each input is taken twice, as a text to read
-// and as entries to write.
-#include <common/config_file.h>
-
+// Reading and writing settings text, against a scanner that knows only when a line is good: it
+// opens with key bytes, then comes white space, then "=". Each input is taken twice, as a text to
+// read and as entries to write.
 #include <sstream>
 #include <string_view>
+#include <vector>
 
+#include "../src/config/config_format.h"
 #include "shared.h"
 
 namespace {
@@ -69,20 +69,11 @@ Reading Scan(const std::string& text) {
   return reading;
 }
 
-struct Host {
-  Fuzz::StoredLog log;
-  const std::unique_ptr<Config::SConfigFile> store{ManufactureConfigFile()};
-
-  Reading Read(const std::string& text) {
-    log->lines.clear();
-    ConfigEntries entries = store->ParseContent(text, Name);
-    return {std::move(entries), log->TextsOf(Kit::StandInLog::Kind::Error)};
-  }
-};
-
-Host& TheHost() {
-  static Host host;
-  return host;
+Reading Read(const std::string& text) {
+  Reading reading;
+  const auto keepError = [&](const std::string& message) { reading.errors.push_back(message); };
+  reading.entries = ParseEntries(text, Name, keepError);
+  return reading;
 }
 
 // Pieces of the text as keys and values in turn.
@@ -120,7 +111,6 @@ bool StaysOneEntry(const std::string& key, const std::string& value) {
 }
 
 void CheckWriting(const ConfigEntries& entries) {
-  Host& host = TheHost();
   std::string expected;
   ConfigEntries plainEntries;
   Reading plainReading;
@@ -130,11 +120,11 @@ void CheckWriting(const ConfigEntries& entries) {
     plainEntries[key] = value;
     if (IsKey(key)) plainReading.entries[key] = ReadBack(value);
   }
-  const std::string text = host.store->FormatEntries(entries);
+  const std::string text = FormatEntryLines(entries);
   Check(text == expected, "a line for each entry");
-  Check(host.Read(text) == Scan(text), "what was written reads as the rule of a good line says");
+  Check(Read(text) == Scan(text), "what was written reads as the rule of a good line says");
 
-  const Reading reading = host.Read(host.store->FormatEntries(plainEntries));
+  const Reading reading = Read(FormatEntryLines(plainEntries));
   Check(reading.entries == plainReading.entries, "entries come back but for the forms that cannot");
   Check(reading.errors.size() == plainEntries.size() - plainReading.entries.size(),
         "each bad key is reported");
@@ -144,7 +134,7 @@ void CheckWriting(const ConfigEntries& entries) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
-  const Reading reading = TheHost().Read(text);
+  const Reading reading = Read(text);
   Check(reading == Scan(text), "a text reads as the rule of a good line says");
   CheckWriting(reading.entries);
   CheckWriting(CutIntoEntries(text));

@@ -6,6 +6,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <optional>
@@ -47,11 +48,13 @@ struct Call {
   std::uint64_t delay;
   std::uint64_t argument;
   std::uint64_t callable;
+  bool isCancelled = false;
 };
 
 struct Model {
   void BeginTick() {
     ++frameNumber;
+    runsCall = false;
     previousValue = value;
     if (nextValue) value = *std::exchange(nextValue, std::nullopt);
     reactor = nullptr;
@@ -65,8 +68,6 @@ struct Model {
       walkTime = ReadClock();
       callsLeft = calls.size();
       servesCalls = true;
-    } else {
-      PopCall();  // the one that ran last
     }
     return NextCall();
   }
@@ -89,18 +90,47 @@ struct Model {
     return std::nullopt;
   }
 
+  // The running call has returned: it leaves the queue.
+  void FinishCall() {
+    runsCall = false;
+    PopCall();
+  }
+
+  // The running call has thrown: it waits for the next tick, unless it was cancelled.
+  void FailCall() {
+    runsCall = false;
+    if (calls.front().isCancelled) PopCall();
+  }
+
+  // Cancels the calls with this id among the first `count`. A running one keeps its callable.
+  void Cancel(std::uint64_t id, std::size_t count) {
+    for (std::size_t index = 0; index < std::min(count, calls.size()); ++index) {
+      Call& call = calls[index];
+      if (call.stamp != id) continue;
+      if (runsCall && index == 0) {
+        call.isCancelled = true;
+      } else {
+        call = {id, 0, 0, DoesNothing};
+      }
+    }
+  }
+
   Event NextCall() {
     for (; callsLeft > 0; PopCall()) {
       const Call& front = calls.front();
       if (walkTime - front.stamp < front.delay) break;
       if (front.callable == IsEmpty) return {Event::ThrowsBadCall};
-      if (front.callable != DoesNothing) return {Event::Runs, front.callable, front.argument};
+      if (front.callable != DoesNothing) {
+        runsCall = true;
+        return {Event::Runs, front.callable, front.argument};
+      }
     }
     return {Event::Returns};
   }
 
   void PopCall() {
     calls.pop_front();
+    ++callsServed;
     --callsLeft;
   }
 
@@ -115,6 +145,7 @@ struct Model {
 
   std::map<IFrameReactor*, Reactor> reactors;
   std::deque<Call> calls;
+  std::size_t callsServed = 0;
   bool hasClock = true;
   std::uint64_t now = 0;
   std::uint64_t step = 0;
@@ -126,6 +157,7 @@ struct Model {
 
   IFrameReactor* reactor = nullptr;  // the one that was reached last in the tick under way
   bool servesCalls = false;
+  bool runsCall = false;  // the front of the queue
   std::uint64_t walkTime = 0;
   std::size_t callsLeft = 0;
 };
@@ -152,7 +184,7 @@ class Host {
     }
     ~Callable() {
       --host->callablesAlive;
-      host->OperateInDestructor();
+      host->OnDestroyed(number);
     }
 
     Host* const host;
@@ -185,7 +217,22 @@ class Host {
     inside = model.servesCalls ? Inside::CallCallback : Inside::ReactorCallback;
     for (auto left = data->ConsumeIntegralInRange(0, 3); left > 0; --left) Operate();
     inside = Inside::Nothing;
-    if (data->ConsumeIntegralInRange(0, 7) == 7) throw Thrown();
+    const bool throws = data->ConsumeIntegralInRange(0, 7) == 7;
+    if (model.runsCall) throws ? model.FailCall() : model.FinishCall();
+    if (throws) throw Thrown();
+  }
+
+  // The calls of an id are cancelled one after the other, from the front, and each callable that is
+  // destroyed on the way finds those behind it still waiting.
+  void OnDestroyed(std::uint64_t number) {
+    if (cancelled) {
+      const auto call =
+          std::find_if(model.calls.begin(), model.calls.end(),
+                       [number](const Call& waiting) { return waiting.callable == number; });
+      if (call != model.calls.end())
+        model.Cancel(*cancelled, static_cast<std::size_t>(call - model.calls.begin()) + 1);
+    }
+    OperateInDestructor();
   }
 
   void Operate() {
@@ -229,12 +276,15 @@ class Host {
 
   void OperateInDestructor() {
     if (data == nullptr) return;
-    const auto operation = data->ConsumeIntegralInRange(0, 5);
+    const auto operation = data->ConsumeIntegralInRange(0, 7);
     if (operation == 4) Schedule();
     if (operation == 5) Cancel(DrawId());
+    if (operation == 6 && !isTicking) Tick();
+    if (operation == 7) SetClock(model.now + DrawTime(), model.step);
   }
 
   void Tick() {
+    isTicking = true;
     model.BeginTick();
     try {
       frames->Tick();
@@ -248,6 +298,7 @@ class Host {
       Check(model.NextEvent() == Event{Event::ThrowsMissingClock},
             "a tick reads the clock when it must");
     }
+    isTicking = false;
   }
 
   void CreateReactor() {
@@ -301,13 +352,13 @@ class Host {
     return model.calls[data->ConsumeIntegralInRange<std::size_t>(0, model.calls.size() - 1)].stamp;
   }
 
-  // Not the call that is running.
   void Cancel(std::uint64_t id) {
-    if (inside == Inside::CallCallback && model.calls.front().stamp == id) return;
-    for (Call& call : model.calls) {
-      if (call.stamp == id) call = {0, 0, 0, DoesNothing};
-    }
+    const auto outer = std::exchange(cancelled, id);
+    const std::size_t end = model.callsServed + model.calls.size();  // later ones are not meant
     frames->CancelCall(id);
+    // What has no callable that tells of its end.
+    model.Cancel(id, end - std::min(end, model.callsServed));
+    cancelled = outer;
   }
 
   void SetClock(std::uint64_t now, std::uint64_t step) {
@@ -351,7 +402,8 @@ class Host {
   void StartAfresh() {
     model.reactors.clear();
     if (clock == nullptr) ToggleClock();
-    while (!model.calls.empty()) Cancel(model.calls.back().stamp), model.calls.pop_back();
+    for (std::size_t index = 0; index < model.calls.size(); ++index)
+      Cancel(model.calls[index].stamp);
     Tick();
     SetClock(0, 0);
     Check(callablesAlive == 0, "no callable is left");
@@ -364,6 +416,8 @@ class Host {
   Model model;
   FuzzedDataProvider* data = nullptr;
   Inside inside = Inside::Nothing;
+  bool isTicking = false;
+  std::optional<std::uint64_t> cancelled;  // the id, while a CancelCall is under way
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Lack of memory: operations of all services, each with an allocation of the input's choice
-// failing. Either nothing has changed and std::bad_alloc is thrown, or the operation succeeds;
-// locks, files and services stay in order, and nothing leaks.
+// failing, also one that the C library makes for itself, as to open a file. Either nothing has
+// changed and std::bad_alloc is thrown, or the operation succeeds; locks, files and services stay
+// in order, and nothing leaks.
 #include <common/config_file.h>
 #include <common/frame_utility.h>
 #include <common/performance_profiler.h>
@@ -9,11 +10,10 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <new>
-#include <streambuf>
 
 #include "shared.h"
 
@@ -21,9 +21,19 @@ namespace {
 int allocationsUntilFailure = 0;  // 0 where none is to fail
 }
 
+// The sanitizer's own, behind the name that this program takes.
+extern "C" void* __interceptor_malloc(std::size_t size);
+
+extern "C" void* malloc(std::size_t size) noexcept {
+  if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  return __interceptor_malloc(size);
+}
+
 // All forms are replaced, since the sanitizer brings its own of each.
 void* operator new(std::size_t size) {
-  if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) throw std::bad_alloc();
   if (void* const memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
 }

@@ -39,11 +39,17 @@ std::int32_t ToNumber(std::string_view text, std::int32_t otherwise) {
   return failure == std::errc() && end == text.data() + text.size() ? number : otherwise;
 }
 
-// Every second value is made of what numbers are made of.
+// Some values are numbers near the largest and the smallest that 32 bits hold, and others are made
+// of what numbers are made of.
 std::string DrawValue(FuzzedDataProvider& data) {
   static constexpr char NumberCharacters[] = {'0', '1', '2', '3', '4', '6',
                                               '7', '8', '9', '+', '-', ' '};
-  if (data.ConsumeBool()) return data.ConsumeRandomLengthString(LongestValue);
+  const auto kind = data.ConsumeIntegralInRange(0, 3);
+  if (kind < 2) return data.ConsumeRandomLengthString(LongestValue);
+  if (kind == 2) {
+    const std::int64_t limit = data.ConsumeBool() ? INT32_MAX : INT32_MIN;
+    return std::to_string(limit + data.ConsumeIntegralInRange<std::int64_t>(-2, 2));
+  }
   std::string value;
   for (auto left = data.ConsumeIntegralInRange<std::size_t>(0, LongestValue); left > 0; --left) {
     value += data.PickValueInArray(NumberCharacters);
@@ -69,7 +75,8 @@ void Operate(FuzzedDataProvider& data) {
       break;
     }
     case 2:
-      store->SetString(key, model[key] = DrawValue(data));
+      model[key] = DrawValue(data);
+      store->SetString(key, model[key]);
       break;
     case 3: {
       const auto number = data.ConsumeIntegral<std::int32_t>();

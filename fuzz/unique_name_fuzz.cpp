@@ -22,7 +22,8 @@ constexpr std::int64_t Largest = std::numeric_limits<std::int64_t>::max();
 
 // Beyond the largest id the counter goes on with the smallest.
 std::int64_t Next(std::int64_t& counter) {
-  return counter = counter == Largest ? std::numeric_limits<std::int64_t>::min() : counter + 1;
+  counter = counter == Largest ? std::numeric_limits<std::int64_t>::min() : counter + 1;
+  return counter;
 }
 
 std::string BareName(const std::string& name) {

@@ -8,6 +8,9 @@
 
 #include <array>
 #include <bit>
+#include <cstdlib>
+#include <iostream>
+#include <new>
 
 #include "support.h"
 
@@ -24,29 +27,77 @@ namespace Common::Test {
 
 static_assert(!std::is_base_of_v<std::exception, Vorn::MissingInstance>);
 
-struct Probe {
-  explicit Probe(std::string* failure) : failureAtEnd(failure) {}
-  ~Probe() { *failureAtEnd = FailureOf(Access<Probe>::Get); }
+static const auto& StorageEntries() { return Access<StorageKey>::Entries(); }
 
-  std::string* const failureAtEnd;
+// A service that asks for itself while it ends.
+struct Probe {
+  explicit Probe(std::string& failureAtEnd) : failureAtEnd(failureAtEnd) {}
+  ~Probe() { failureAtEnd = FailureOf(Access<Probe>::Get); }
+
+  std::string& failureAtEnd;
 };
 
 TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
-  const auto& entries = Access<StorageKey>::Entries();
-  EXPECT_TRUE(entries.empty());
+  EXPECT_EQ(FailureOf(Access<Probe>::Get), NoInstance);
   std::string failureAtEnd;
-  auto* const first = new Probe(&failureAtEnd);
-  auto owner = Access<Probe>::Create(first);
-  EXPECT_EQ(entries, (std::map<std::size_t, void*>{{typeid(Access<Probe>).hash_code(), first}}));
-  EXPECT_EQ(FailureOf([&] { Access<Probe>::Create(std::make_unique<Probe>(&failureAtEnd).get()); }),
-            DoubleInstancing);
-  EXPECT_EQ(failureAtEnd, "none") << "the first service is still there";
+  auto* const probe = new Probe(failureAtEnd);
+  auto owner = Access<Probe>::Create(probe);
+  const std::size_t key = typeid(Access<Probe>).hash_code();
+  EXPECT_EQ(StorageEntries(), (std::map<std::size_t, void*>{{key, probe}}));
   Access<Probe>();
-  EXPECT_EQ(Access<Probe>::Get(), first) << "an accessor leaves it";
+  EXPECT_EQ(Access<Probe>::Get(), probe) << "an accessor that ends leaves the entry";
   owner.reset();
   EXPECT_EQ(failureAtEnd, NoInstance);
-  EXPECT_TRUE(entries.empty());
+  EXPECT_TRUE(StorageEntries().empty());
 }
+
+TEST(Singleton, ASecondServiceOfATypeIsRefusedAndStaysTheCallers) {
+  std::string failureAtEnd, failureAtOthersEnd;
+  auto* const probe = new Probe(failureAtEnd);
+  const auto owner = Access<Probe>::Create(probe);
+  const auto other = std::make_unique<Probe>(failureAtOthersEnd);
+  EXPECT_EQ(FailureOf([&other] { Access<Probe>::Create(other.get()); }), DoubleInstancing);
+  EXPECT_EQ(Access<Probe>::Get(), probe);
+}
+
+TEST(Singleton, ANullPointerCanBeEntered) {
+  const auto owner = Access<Probe>::Create(nullptr);
+  EXPECT_EQ(Access<Probe>::Get(), nullptr);
+}
+
+template <class T>
+struct PtrWithoutMemory {
+  explicit PtrWithoutMemory(std::unique_ptr<T>&&) { throw std::bad_alloc(); }
+};
+
+TEST(Singleton, WithoutMemoryForTheOwnerTheServiceStaysTheCallers) {
+  std::string failureAtEnd;
+  Probe probe(failureAtEnd);
+  EXPECT_THROW((Vorn::Singleton<Probe, PtrWithoutMemory>::Create(&probe)), std::bad_alloc);
+  EXPECT_TRUE(StorageEntries().empty());
+}
+
+#ifndef _WIN32
+// At file scope these end in the reverse of this order, all of them after the libraries' own.
+static std::shared_ptr<Access<struct LateService>> lateOwner;
+static const Vorn::SharedPath latePath;
+static const struct MemoryReuse {
+  // What was freed by now is written over.
+  ~MemoryReuse() { const std::vector<std::string> reused(100, std::string(47, 'x')); }
+} memoryReuse;
+
+struct LateService {
+  ~LateService() { std::cerr << "the service ended in \"" << latePath.Path().native() << '"'; }
+};
+
+TEST(Singleton, OwnersAndPathsAtFileScopeMayEndAfterMain) {
+  const auto leaveTheOwnerToTheEnd = [] {
+    lateOwner = Access<LateService>::Create(new LateService);
+    std::exit(0);
+  };
+  EXPECT_EXIT(leaveTheOwnerToTheEnd(), testing::ExitedWithCode(0), "the service ended");
+}
+#endif
 
 TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
   const StoredClock clock;
@@ -60,7 +111,7 @@ TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
   expectOneCall(Unique::Manufacture, "Multiple instances of SRuntimeUniqueId!");
   expectOneCall(ManufactureSeedProvider, "Multiple instances of SSeedProvider");
   expectOneCall(ManufactureTimeProvider, "Multiple instances of STimeProvider!");
-  EXPECT_EQ(Access<StorageKey>::Entries().size(), 1U) << "the clock";
+  EXPECT_EQ(StorageEntries().size(), 1U) << "the clock";
 }
 
 TEST(Factories, CountCallsThatFail) {
@@ -74,8 +125,9 @@ TEST(Factories, CountCallsThatFail) {
   EXPECT_EQ(FailureOf(ManufactureFrameUtility), "Multiple instaces of frame utility!");
 }
 
-// A pointer to a virtual operation holds one more than the operation's distance from the table's
-// start, on both systems.
+#if defined(__GXX_ABI_VERSION) && defined(__x86_64__)
+// As the Itanium C++ ABI has it on x86-64, under Linux and under mingw-w64: a pointer to a virtual
+// operation holds one more than the operation's distance from the table's start.
 template <class Operation>
 static std::uintptr_t PlaceOf(Operation operation) {
   return (std::bit_cast<std::array<std::uintptr_t, 2>>(operation)[0] - 1) / sizeof(void*);
@@ -117,5 +169,6 @@ TEST(Abi, VirtualOperationsKeepTheirPlaces) {
               &Store::FormatEntries, &Store::GetString, &Store::FindString, &Store::SetString,
               &Store::SetInt, &Store::GetInt);
 }
+#endif
 
 }  // namespace Common::Test

@@ -5,78 +5,150 @@
 namespace Common::Test {
 namespace {
 
+const std::string DefaultPath = "content/ut_result/profiler_data.csv";
+const std::string EmptyReport = OnDisk("\n");
+
 struct PerformanceProfiler : testing::Test {
+  // What replaces a longer file.
+  std::string Report() {
+    WriteBytes(u8"h\u00E4fen.csv", std::string(1'000, 'x'));
+    profiler->WriteReport("h\u00E4fen.csv");
+    return ReadBytes(u8"h\u00E4fen.csv");
+  }
+
+  std::vector<std::string> NamesOfRecords() const {
+    std::vector<std::string> names;
+    for (const MeasureRecord& record : records) names.push_back(record.name);
+    return names;
+  }
+
   std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
-  AccumulatorHandle handle = profiler->OpenAccumulator("a");
+  AccumulatorHandle handle = profiler->OpenAccumulator("a");  // its first record is running
   std::vector<MeasureRecord>& records = *handle.records;
 };
 
 std::string Block(const std::string& name, const std::string& rows) {
-  return "\nProfile for accumulator: \t" + name +
-         "\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n" + rows;
+  return OnDisk("Profile for accumulator: \t" + name +
+                "\n\nName\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]\n" + rows + "\n");
 }
 
-TEST_F(PerformanceProfiler, ReportsEachRecordToTheByte) {
+std::uint64_t SteadyMicroseconds() {
+  const auto reading = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(reading / std::chrono::microseconds(1));
+}
+
+// ---- The report.
+
+TEST_F(PerformanceProfiler, ReportsEveryRecordToTheByte) {
   profiler->OpenAccumulator("\xC3");
   *profiler->OpenAccumulator("Z\t/z").records = {{true, "Z\t/z", 9, 1'500'000, 3, 2},
                                                  {false, "", 9, 1, 0, 1},
                                                  {true, "b", 9, 16'777'550, 0, 0}};
-  WriteBytes(u8"h\u00E4fen.txt", std::string(1000, 'x'));
-  profiler->WriteReport("h\u00E4fen.txt");
-  const std::string rows =
-      "Z\t/z/Z\t/z\t1500000\t1.5\t2\t3\nZ\t/z/\t1\t1e-06\t1\t0\nZ\t/z/b\t16777550\t16.7775\t0\t0\n";
-  EXPECT_EQ(ReadBytes(u8"h\u00E4fen.txt"),
-            OnDisk(Block("Z\t/z", rows) + Block("a", "a/a\t0\t0\t0\t0\n") +
-                   Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n") + "\n"));
+  EXPECT_EQ(Report(), EmptyReport +
+                          Block("Z\t/z",
+                                "Z\t/z/Z\t/z\t1500000\t1.5\t2\t3\nZ\t/z/\t1\t1e-06\t1\t0\n"
+                                "Z\t/z/b\t16777550\t16.7775\t0\t0\n") +
+                          Block("a", "a/a\t0\t0\t0\t0\n") +
+                          Block("\xC3", "\xC3/\xC3\t0\t0\t0\t0\n"));
 }
 
-TEST_F(PerformanceProfiler, ReportsToTheDefaultPathAndAtItsEnd) {
-  const std::string path = "content/ut_result/profiler_data.csv";
-  records[0].calls = 7;
+TEST_F(PerformanceProfiler, ReportsNumbersInTheGlobalLocale) {
+  records = {{true, "1234", 0, 1'234'567, 1'234, 4'321}};
+  GroupDigits();
+  EXPECT_EQ(Report(), EmptyReport + Block("a", "a/1234\t1,234,567\t1.23457\t4,321\t1,234\n"));
+}
+
+TEST_F(PerformanceProfiler, KeepsItsRecordsAndMakesNoFolderWhereItCannotWrite) {
   const auto report = [this] { profiler->WriteReportAndClear(""); };
-  EXPECT_EQ(FailureOf(report), "Failed to open file " + path + " for writing!");
-  std::unique_ptr<SPerformanceProfiler>(ManufacturePerformanceProfiler()).reset();
-  EXPECT_TRUE(std::filesystem::is_empty(".")) << "no folder is made";
-  std::filesystem::create_directories("content/ut_result");
-  report();
-  EXPECT_EQ(ReadBytes(path), OnDisk(Block("a", "a/a\t0\t0\t7\t0\n") + "\n"));
-  profiler.reset();
-  EXPECT_EQ(ReadBytes(path), OnDisk("\n"));
+  EXPECT_EQ(FailureOf(report), "Failed to open file " + DefaultPath + " for writing!");
+  EXPECT_TRUE(std::filesystem::is_empty("."));
+  EXPECT_EQ(records.size(), 1U);
 }
 
-TEST_F(PerformanceProfiler, CountsTheFirstStartAndTheFirstStop) {
-  EXPECT_GT(std::exchange(records[0].started, 1), 1U);
+TEST_F(PerformanceProfiler, TakesAPathWithANulForNoFile) {
+  const auto report = [this] { profiler->WriteReport(std::string("a\0b", 3)); };
+  EXPECT_EQ(FailureOf(report).substr(0, 21), "Failed to open file a");
+  EXPECT_TRUE(std::filesystem::is_empty("."));
+}
+
+TEST_F(PerformanceProfiler, ReplacesTheDefaultReportAtItsEnd) {
+  std::filesystem::create_directories("content/ut_result");
+  profiler->WriteReportAndClear("");
+  EXPECT_EQ(ReadBytes(DefaultPath), EmptyReport + Block("a", "a/a\t0\t0\t0\t0\n"));
+  profiler.reset();
+  EXPECT_EQ(ReadBytes(DefaultPath), EmptyReport);
+}
+
+// ---- Measuring.
+
+TEST_F(PerformanceProfiler, MeasuresMicrosecondsOfTheSteadyClock) {
+  EXPECT_LE(records[0].started, SteadyMicroseconds());
+  const std::uint64_t before = SteadyMicroseconds();
+  handle.GoOnTo("b");
+  EXPECT_GE(records[1].started, before);
+  constexpr std::uint64_t minute = 60'000'000;
+  records[1].started -= minute;
+  handle.Stop();
+  EXPECT_GE(records[1].totalTime, minute);
+  EXPECT_LT(records[1].totalTime, 2 * minute);
+}
+
+TEST_F(PerformanceProfiler, CountsTheFirstStart) {
+  records[0].started = 1;
   EXPECT_EQ(profiler->OpenAccumulator("a").records, &records);
   EXPECT_EQ(records[0].started, 1U);
+}
+
+TEST_F(PerformanceProfiler, CountsTheFirstStopUntilTheNextStart) {
   handle.Stop();
-  const std::uint64_t measured = records[0].totalTime;
+  records[0].started = 1;
   handle.Stop();
   EXPECT_EQ(records[0].calls, 1U);
   profiler->OpenAccumulator("a");
-  EXPECT_GT(records[0].started, measured);
+  EXPECT_GT(records[0].started, 1U);
 }
 
-TEST_F(PerformanceProfiler, GoesOnToFurtherRecordsWithoutAGap) {
+TEST_F(PerformanceProfiler, GoesOnToNamedRecordsWithoutAGap) {
   records[0].started = 1;
-  for (const char* name : {"b", "c", "a", "c", "c"}) handle.GoOnTo(name);
-  EXPECT_EQ(records.at(1).name + records.at(2).name, "bc");
-  EXPECT_EQ(records[0].calls * 100 + records[1].calls * 10 + records[2].calls, 212U);
-  EXPECT_EQ(records[0].totalTime + records[1].totalTime + records[2].totalTime,
-            records[2].started - 1);
-  for (int further = 3; further < 1000; ++further) handle.GoOnTo(std::to_string(further));
+  for (const char* name : {"b", "c", "a", "c"}) handle.GoOnTo(name);
+  EXPECT_EQ(NamesOfRecords(), (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_EQ(records[0].calls, 2U);
+  EXPECT_EQ(records[1].calls, 1U);
+  EXPECT_EQ(records[2].calls, 1U);
+  const std::uint64_t measured = records[0].totalTime + records[1].totalTime + records[2].totalTime;
+  EXPECT_EQ(measured, records[2].started - 1);
+}
+
+TEST_F(PerformanceProfiler, GoesOnToThePresentRecord) {
+  records[0].started = 1;
+  handle.GoOnTo("a");
+  EXPECT_EQ(records.size(), 1U);
+  EXPECT_EQ(records[0].calls, 1U);
+  EXPECT_FALSE(records[0].idle);
+  EXPECT_GT(records[0].started, 1U);
+}
+
+TEST_F(PerformanceProfiler, ReachesItsRecordsHoweverManyThereAre) {
+  for (int record = 1; record < 1'000; ++record) handle.GoOnTo(std::to_string(record));
   EXPECT_EQ(records.back().name, "999");
   profiler->OpenAccumulator("a").Stop();
-  EXPECT_EQ(records[0].calls, 3U);
+  EXPECT_EQ(records[0].calls, 2U);
 }
 
-TEST_F(PerformanceProfiler, StopsWithTheScopeAndAddsUpTheCost) {
-  std::uint64_t costOfThousand = 0;
-  for (int call = 1; call <= 2000; ++call) {
-    ScopedMeasurement(profiler->OpenAccumulator("a")).GoOnTo("b");
-    if (call == 1000) costOfThousand = records[0].measureCost;
-  }
-  EXPECT_EQ(records[1].calls, 2000U);
+TEST_F(PerformanceProfiler, StopsWithTheScope) {
+  ScopedMeasurement(profiler->OpenAccumulator("a")).GoOnTo("b");
+  EXPECT_TRUE(records[1].idle);
+  EXPECT_EQ(records[1].calls, 1U);
+}
+
+TEST_F(PerformanceProfiler, AddsUpWhatMeasuringCosts) {
+  const auto measureThousandTimes = [this] {
+    for (int call = 0; call < 1'000; ++call) profiler->OpenAccumulator("a").Stop();
+  };
+  measureThousandTimes();
+  const std::uint64_t costOfThousand = records[0].measureCost;
   EXPECT_GT(costOfThousand, 0U);
+  measureThousandTimes();
   EXPECT_EQ(records[0].measureCost, 2 * costOfThousand);
 }
 

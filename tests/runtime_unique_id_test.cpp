@@ -3,28 +3,58 @@
 #include "support.h"
 
 namespace Common::Test {
+namespace {
 
-TEST(RuntimeUniqueId, NamesTakeOneIdEachAndOverridesNest) {
-  const std::unique_ptr<Unique::SRuntimeUniqueId> ids(Unique::Manufacture());
+using Override = Vorn::IntrudablePtr<IScopedIdOverride>;
+
+struct RuntimeUniqueId : testing::Test {
+  std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
+};
+
+TEST_F(RuntimeUniqueId, CountsFromOneAndTurnsIdsIntoText) {
   EXPECT_EQ(ids->NextId(), 1);
-  std::vector<Vorn::IntrudablePtr<IScopedIdOverride>> overrides;
+  EXPECT_EQ(ids->NextIdString(), "/$2#");
+  EXPECT_EQ(ids->JoinIdAndText("abc", -5), "-5abc");
+  GroupDigits();
+  EXPECT_EQ(ids->IdToString(-1'234'567), "-1,234,567");
+  EXPECT_EQ(ids->NextId(), 3) << "text takes no id";
+}
+
+TEST_F(RuntimeUniqueId, NewPrefixTakesThePlaceOfAllLeadingOnes) {
+  EXPECT_EQ(ids->MakeUniqueName(""), "/$1#/object");
+  EXPECT_EQ(ids->MakeUniqueName("foo"), "/$2#foo");
+  EXPECT_EQ(ids->MakeUniqueName("/$17#"), "/$3#/object");
+  EXPECT_EQ(ids->MakeUniqueName("/$#/$no number#foo#"), "/$4#foo#");
+  EXPECT_EQ(ids->MakeUniqueName("a/$17#b"), "/$5#a/$17#b");
+  EXPECT_EQ(ids->MakeUniqueName("/$17"), "/$6#/$17") << "no prefix without its end";
+}
+
+TEST_F(RuntimeUniqueId, AnyNumberOfPrefixesGoes) {
+  std::string prefixes;
+  while (prefixes.size() < 1'000'000) prefixes += "/$17#";
+  EXPECT_EQ(ids->MakeUniqueName(prefixes + "foo"), "/$1#foo");
+}
+
+TEST_F(RuntimeUniqueId, OverridesNestDeepAndLeaveTheCounterBelowAlone) {
+  ids->NextId();
+  std::vector<Override> overrides;
   while (overrides.size() < 30'000) {
     overrides.push_back(ids->OverrideCounter(100));
     EXPECT_EQ(ids->NextId(), 101);
   }
   for (; !overrides.empty(); overrides.pop_back()) EXPECT_EQ(ids->NextId(), 102);
-  EXPECT_EQ(ids->NextIdString(), "/$2#");
-  EXPECT_EQ(ids->JoinIdAndText("abc", -5), "-5abc");
-  EXPECT_EQ(ids->MakeUniqueName(""), "/$3#/object");
-  EXPECT_EQ(ids->MakeUniqueName("foo"), "/$4#foo");
-  EXPECT_EQ(ids->MakeUniqueName("/$17#"), "/$5#/object");
-  EXPECT_EQ(ids->MakeUniqueName("/$#/$no number#foo#"), "/$6#foo#");
-  EXPECT_EQ(ids->MakeUniqueName("a/$17#b"), "/$7#a/$17#b");
-  std::string prefixes;
-  while (prefixes.size() < 1'000'000) prefixes += "/$17#";
-  EXPECT_EQ(ids->MakeUniqueName(prefixes + "/$17"), "/$8#/$17");
-  GroupDigits();
-  EXPECT_EQ(ids->IdToString(-1'234'567), "-1,234,567");
+  EXPECT_EQ(ids->NextId(), 2);
 }
 
+#if !defined(NDEBUG) && !defined(_WIN32)
+
+TEST_F(RuntimeUniqueId, OverrideThatEndsOutOfOrderStopsADebugBuild) {
+  Override first = ids->OverrideCounter(100);
+  const Override second = ids->OverrideCounter(200);
+  EXPECT_DEATH(first = nullptr, "reverse order of their making");
+}
+
+#endif
+
+}  // namespace
 }  // namespace Common::Test

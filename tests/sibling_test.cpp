@@ -1,8 +1,14 @@
 #include <vorn_lnk/file>
-#include <vorn_lnk/guid>
+#include <vorn_lnk/intrudable>
+#include <vorn_lnk/shared_path>
 
+#include <array>
 #include <atomic>
+#include <chrono>
+#include <cstring>
+#include <latch>
 #include <thread>
+#include <unordered_set>
 
 #include "support.h"
 
@@ -11,77 +17,192 @@ namespace Common::Test {
 template <class T>
 using Ptr = Vorn::IntrudablePtr<T>;
 
-struct Counted : Vorn::IScoped {
-  explicit Counted(int releases = 0) : together(releases) {}
-  ~Counted() override { ended += entered == left ? 1 : 1000; }
+static_assert(sizeof(Ptr<Vorn::IScoped>) == sizeof(void*));
+static_assert(!std::is_convertible_v<Vorn::IScoped*, Ptr<Vorn::IScoped>>);
 
-  // Where releases come together, the last one leaves first.
+// Tells what is left of it and of its kind.
+struct Crate : Vorn::IScoped {
+  ~Crate() override { ++ended; }
   void OnReleased(std::uint32_t count) override {
-    references += count;
-    for (++entered; entered < together;) std::this_thread::yield();
-    if (together > 0 && count > 0) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    ++left;
+    ++releases;
+    left = count;
   }
 
-  static inline std::atomic<std::uint32_t> references,
-      ended;  // those left over; 1000 for an end during a release
-  const int together;
-  std::atomic<int> entered = 0, left = 0;
+  static inline std::atomic<int> releases = 0, ended = 0;
+  static inline std::atomic<std::uint32_t> left = 0;
 };
 
-TEST(IntrudablePtr, KeepsTheObjectForAsLongAsOneHoldsIt) {
-  static_assert(sizeof(Ptr<Counted>) == sizeof(Counted*) &&
-                !std::is_convertible_v<Counted*, Ptr<Counted>>);
-  Ptr<Counted> first(new Counted), moved = std::move(first);
-  Ptr<Vorn::IScoped> scoped = moved, none;
-  EXPECT_TRUE(!first && first == nullptr && moved == &*moved && moved == scoped && none < scoped &&
-              none != scoped);
-  auto& self = scoped;
-  scoped = std::move(self);
-  EXPECT_EQ(Counted::references, 0U) << "moves release nothing";
-  scoped = self;
-  Ptr<Vorn::Detail::Intrudable> base = std::move(moved);
-  swap(scoped, none);
-  base = nullptr;
-  EXPECT_TRUE(Counted::references == 2 + 1 && Counted::ended == 0);
-  none = Ptr<Vorn::IScoped>(new Counted);
-  EXPECT_TRUE(Counted::references == 2 + 1 && Counted::ended == 1);
+TEST(IntrudablePtr, EachReleaseTellsWhatIsLeftAndTheLastEndsTheObject) {
+  Ptr<Crate> crate(new Crate);
+  Ptr<Vorn::IScoped> copyAsInterface = crate;
+  Ptr<Vorn::Detail::Intrudable> copyAsBase = copyAsInterface;
+  copyAsInterface = nullptr;
+  EXPECT_EQ(Crate::left, 2U);
+  crate = nullptr;
+  EXPECT_EQ(Crate::left, 1U);
+  EXPECT_EQ(Crate::ended, 0);
+  copyAsBase = nullptr;
+  EXPECT_EQ(Crate::left, 0U);
+  EXPECT_EQ(Crate::ended, 1);
 }
 
-TEST(IntrudablePtr, ReleasesOnManyThreadsEndTheObjectOnceAndLast) {
-  for (const int together : {0, 8}) {
-    Counted::references = 0;
-    std::vector<Ptr<Counted>> copies;
-    copies.emplace_back(new Counted(together));
-    while (copies.size() < 8) copies.push_back(copies.front());
-    std::vector<std::thread> threads;
-    for (Ptr<Counted>& copy : copies) {
-      threads.emplace_back([&copy, turns = together == 0 ? 10'000 : 0]() mutable {
-        for (; turns > 0; --turns) Ptr<Vorn::IScoped> another(copy);
-        copy = nullptr;
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+TEST(IntrudablePtr, MovesAndSwapsReleaseNothing) {
+  Ptr<Crate> crate(new Crate);
+  Ptr<Vorn::IScoped> moved = std::move(crate), other;
+  EXPECT_EQ(crate, nullptr);
+  auto& self = moved;
+  moved = std::move(self);
+  swap(moved, other);
+  EXPECT_EQ(moved, nullptr);
+  EXPECT_TRUE(other);
+  EXPECT_EQ(Crate::releases, 0);
+}
+
+TEST(IntrudablePtr, ComparesAndHashesByWhatItHolds) {
+  const Ptr<Crate> crate(new Crate), none;
+  const Ptr<const Vorn::IScoped> sameCrate = crate;
+  EXPECT_EQ(crate, sameCrate);
+  EXPECT_EQ(crate, &*sameCrate);
+  EXPECT_NE(crate, none);
+  EXPECT_LT(none, crate);
+  const std::unordered_set<Ptr<const Vorn::IScoped>> held{crate};
+  EXPECT_TRUE(held.contains(sameCrate));
+  EXPECT_FALSE(held.contains(none));
+}
+
+TEST(IntrudablePtr, TheNewObjectIsInPlaceWhenTheOldOneEnds) {
+  struct Onlooker : Vorn::IScoped {
+    Onlooker(const Ptr<Vorn::IScoped>& place, Vorn::IScoped*& seenAtEnd)
+        : place(place), seenAtEnd(seenAtEnd) {}
+    ~Onlooker() override { seenAtEnd = place.get(); }
+
+    const Ptr<Vorn::IScoped>& place;
+    Vorn::IScoped*& seenAtEnd;
+  };
+  Vorn::IScoped* seenAtEnd = nullptr;
+  Ptr<Vorn::IScoped> place;
+  place = Ptr<Vorn::IScoped>(new Onlooker(place, seenAtEnd));
+  const Ptr<Vorn::IScoped> next(new Crate);
+  place = next;
+  EXPECT_EQ(seenAtEnd, next.get());
+}
+
+TEST(IntrudablePtr, CountsMillionsOfReferences) {
+  constexpr std::uint32_t Many = 5'000'000;
+  Ptr<Crate> crate(new Crate);
+  const std::vector<Ptr<Crate>> copies(Many, crate);
+  crate = nullptr;
+  EXPECT_EQ(Crate::left, Many);
+}
+
+TEST(IntrudablePtr, CopiesOnManyThreadsKeepTheCount) {
+  constexpr int Threads = 8, Copies = 10'000;
+  Ptr<Crate> crate(new Crate);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < Threads; ++thread) {
+    threads.emplace_back([&crate] {
+      for (int copy = 0; copy < Copies; ++copy) Ptr<Vorn::IScoped> another(crate);
+    });
   }
-  EXPECT_EQ(Counted::references, 0U + 1 + 2 + 3 + 4 + 5 + 6 + 7)
-      << "each of those together sees another count";
-  EXPECT_EQ(Counted::ended, 2U);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(Crate::releases, Threads * Copies);
+  crate = nullptr;
+  EXPECT_EQ(Crate::left, 0U);
+  EXPECT_EQ(Crate::ended, 1);
 }
 
-TEST(Sibling, PathsAreSharedAndFilesReadWholeOrNotAtAll) {
-  const std::string name = "\xC3\xBC-" + Vorn::CreateGuid();
-  auto holder = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(name));
+// Its releases wait until all of them are under way; the one that dropped the last reference then
+// leaves first.
+struct Meeting : Vorn::IScoped {
+  static constexpr int Members = 8;
+
+  ~Meeting() override {
+    ++ended;
+    presentAtEnd = present.load();
+  }
+  void OnReleased(std::uint32_t count) override {
+    ++releasesByCount.at(count);
+    ++present;
+    allArrived.arrive_and_wait();
+    if (count > 0) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    --present;
+  }
+
+  std::latch allArrived{Members};
+  std::atomic<int> present = 0;
+  static inline std::array<std::atomic<int>, Members> releasesByCount;
+  static inline std::atomic<int> ended = 0, presentAtEnd = 0;
+};
+
+TEST(IntrudablePtr, ReleasesAtOneTimeSeeEachCountOnceAndTheLastToLeaveEndsTheObject) {
+  std::vector<Ptr<Meeting>> copies;
+  copies.emplace_back(new Meeting);
+  while (copies.size() < Meeting::Members) copies.push_back(copies.front());
+  std::vector<std::thread> threads;
+  for (Ptr<Meeting>& copy : copies) threads.emplace_back([&copy] { copy = nullptr; });
+  for (std::thread& thread : threads) thread.join();
+  for (const auto& releases : Meeting::releasesByCount) EXPECT_EQ(releases, 1);
+  EXPECT_EQ(Meeting::ended, 1);
+  EXPECT_EQ(Meeting::presentAtEnd, 0);
+}
+
+#if !defined(NDEBUG) && !defined(_WIN32)
+TEST(IntrudablePtr, StopsAtMisuse) {
+  const Ptr<Crate> empty;
+  EXPECT_DEATH(empty->OnReleased(0), "an empty IntrudablePtr is followed");
+  Crate neverHeld;
+  Crate* const address = &neverHeld;
+  const auto dropWhatNobodyHolds = [address] {
+    Ptr<Crate> forged;
+    std::memcpy(static_cast<void*>(&forged), &address, sizeof forged);
+  };
+  EXPECT_DEATH(dropWhatNobodyHolds(), "a reference is dropped that nobody holds");
+}
+#endif
+
+TEST(SharedPath, NamesFilesInUtf8) {
+  const std::string name = "\xC3\xBC.txt";
+  const auto path = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(name));
+  EXPECT_EQ(path.String(), name);
+  EXPECT_FALSE(path.Exists());
+  WriteBytes(std::filesystem::path(u8"\u00FC.txt"), "");
+  EXPECT_TRUE(path.Exists());
+}
+
+TEST(SharedPath, SharersFollowUntilOneIsResetAlone) {
+  auto holder = Vorn::SharedPath::NewWrapped("first");
   const Vorn::SharedPath sharer = holder;
-  EXPECT_TRUE(sharer.String() == name && !sharer.Exists());
-  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(sharer); }), "filesystem_error");
-  const std::string bytes = std::string("\0\r\n\x1A", 4) + std::string(200'000, 'x');
-  WriteBytes(sharer.Path(), bytes);
-  EXPECT_EQ(Vorn::ReadWholeFileToString(sharer), bytes);
-  holder.Reset(".", false);
-  EXPECT_EQ(FailureOf([&] { Vorn::ReadWholeFileToString(sharer); }), "filesystem_error")
-      << "a folder";
+  holder.Reset("second", false);
+  EXPECT_EQ(sharer.String(), "second");
+  holder.Reset("third", true);
+  EXPECT_EQ(sharer.String(), "second");
+  EXPECT_EQ(holder.String(), "third");
+  holder = sharer;
   holder.Reset();
-  EXPECT_TRUE(holder.String().empty() && !holder.Exists() && sharer.Exists());
+  EXPECT_EQ(holder.String(), "");
+  EXPECT_FALSE(holder.Exists());
+  EXPECT_EQ(sharer.String(), "second");
+}
+
+TEST(ReadWholeFileToString, ReadsEveryByteOrThrows) {
+  const auto file = Vorn::SharedPath::NewWrapped("bytes");
+  const auto read = [&file] { return Vorn::ReadWholeFileToString(file); };
+  EXPECT_EQ(FailureOf(read), "filesystem_error") << "nothing there";
+  const std::string bytes = std::string("\0\r\n\x1A", 4) + std::string(200'000, 'x');
+  WriteBytes("bytes", bytes);
+  EXPECT_EQ(read(), bytes);
+  std::filesystem::remove("bytes");
+  std::filesystem::create_directory("bytes");
+  EXPECT_EQ(FailureOf(read), "filesystem_error") << "a folder";
+}
+
+TEST(SharedPath, WithANulNamesNoFile) {
+  WriteBytes("a", "bytes of another file");
+  const std::string text("a\0b", 3);
+  const auto path = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(text));
+  EXPECT_EQ(path.String(), text);
+  EXPECT_FALSE(path.Exists());
+  EXPECT_EQ(FailureOf([&path] { Vorn::ReadWholeFileToString(path); }), "filesystem_error");
 }
 
 }  // namespace Common::Test

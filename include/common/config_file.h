@@ -1,22 +1,33 @@
-// The process's settings: text keys with text values, read at start from
-// `content/config/config.txt` and then from `content/config/user.txt`, which wins key by key, and
-// written back to the former as one sorted file. A default exists only as an argument of a read,
-// which also adds the key: so the saved file lists all that was ever asked for.
-//
-// A line of a file reads `key = value`. A key consists of letters, digits, `_`, `/` and `\` and
-// starts its line; the value is what follows the first `=` and the white space behind it, up to the
-// line's end. Anything else, comments included, is reported as an error, dropped, and gone after
-// the next save.
-//
-//   const std::unique_ptr<Common::Config::SConfigFile> settings(Common::ManufactureConfigFile());
-//   const std::int32_t width = settings->GetInt("window/width", 1280);  // in the file from now on
-//
-// Problems are reported to the log in the storage: enter it before the store is made, and drop it
-// after the store has ended. Without a log they are thrown as Vorn::MissingInstance.
+/// @file
+/// The process's settings: text keys with text values. They are read at start from
+/// `content/config/config.txt` and then from `content/config/user.txt`, which wins key by key, and
+/// are written back to the former as one sorted file.
+///
+/// ```cpp
+/// const std::unique_ptr<Common::Config::SConfigFile> settings(Common::ManufactureConfigFile());
+/// const std::int32_t width = settings->GetInt("window/width", 1280);  // in the file from now on
+/// ```
+///
+/// A default exists only as an argument of a read, which also adds the key. So the saved file lists
+/// everything that was ever asked for.
+///
+/// A line of a file reads `key = value`. A key consists of letters, digits, `_`, `/` and `\`, and
+/// starts its line. The value is all that follows the first `=` and the white space behind it, up
+/// to the line's end. Every other line, a comment included, is reported as an error and dropped,
+/// and is gone after the next save. Only an empty line is skipped without a report.
+///
+/// What counts as a letter, a digit or white space is up to the character locale of the process, in
+/// every locale: `setlocale` decides, and a program that never calls it has the ASCII ones. The
+/// C++ global locale has no part in this, unless a named one is made global, which calls
+/// `setlocale` too.
+///
+/// Problems are reported to the log in the storage: enter it before the store is made, and drop it
+/// after the store has ended. Without a log they are thrown as `Vorn::MissingInstance`.
 #pragma once
 
 #include <common/common_services_export.h>
 #include <vorn_lnk/shared_path>
+#include <vorn_lnk/shared_type>
 
 #include <cstdint>
 #include <map>
@@ -25,58 +36,93 @@
 
 namespace Common::Config {
 
-// Settings in the byte order of their keys.
+/// Settings in the byte order of their keys.
 using ConfigEntries = std::map<std::string, std::string>;
 
-// For one thread at a time, across all stores and texts. Paths given as text are UTF-8.
+/// The settings store. It and all reading of settings text serve one thread at a time, whatever the
+/// store and the text. A path given as text is UTF-8; one that holds a NUL names a file that does
+/// not exist and cannot be opened.
 struct VORN_LNK_SHARED_TYPE SConfigFile {
-  // Writes the settings to the file that Save would write. A failure is reported if there is a log
-  // and never thrown.
+  /// Writes all settings to the file that `Save` would write. A failure is reported if there is a
+  /// log, and never thrown.
   virtual ~SConfigFile() = default;
 
-  // The entries of `content`; of lines with one key the last. Each bad line is reported with `name`
-  // and its number, counted from 1. Both line ends are understood. The store does not change.
+  /// Reads settings text. Of several lines with one key the last counts. Line feeds, with or
+  /// without carriage returns before them, end the lines. Each bad line is reported with `name` and
+  /// its number, counted from 1.
+  ///
+  /// Returns the entries. The store does not change.
+  ///
+  /// Throws `Vorn::MissingInstance` for a bad line without a log.
   virtual ConfigEntries ParseContent(const std::string& content, const std::string& name) = 0;
 
-  // The entries of the file, none if it does not exist. Throws std::filesystem::filesystem_error if
-  // it is there and cannot be read whole. The store does not change.
+  /// Reads the file at `path` as `ParseContent` reads text, and reports its bad lines under the
+  /// text of the path.
+  ///
+  /// Returns the entries, none if the file does not exist. The store does not change.
+  ///
+  /// Throws `std::filesystem::filesystem_error` if the file is there and cannot be read whole, or
+  /// if it cannot be found out whether it is there; and as `ParseContent`.
   virtual ConfigEntries ReadFile(Vorn::SharedPath path) = 0;
+
+  /// Reads a file as the other `ReadFile`, with its path given as text.
   virtual ConfigEntries ReadFile(const std::string& path) = 0;
 
-  // Makes `path` the file that Save and the destructor write, whether it exists or not; then reads
-  // it and lays its entries over those of the store. Always true. Throws as ReadFile; the target
-  // has then moved all the same, and the store is unchanged.
+  /// Makes `path` the file that `Save` and the destructor write, whether it exists or not. Then
+  /// reads it and lays its entries over those of the store, key by key; other keys stay.
+  ///
+  /// Returns true, always.
+  ///
+  /// Throws as `ReadFile`. The entries of the store are then unchanged, but the target has moved:
+  /// the next save, the one at the store's end included, overwrites the very file that could not be
+  /// read. A host that wants to keep that file calls `Load` with another path first.
   virtual bool Load(const std::string& path) = 0;
 
-  // Writes all settings to the main file, or to the one that Load named last.
+  /// Writes all settings to the main file, or to the one that `Load` named last. Reports and throws
+  /// as `WriteFile`.
   virtual void Save() = 0;
 
-  // Replaces the file's content by `entries`, a line each. A file that cannot be opened is
-  // reported; a disk that fills up is not noticed. The file is truncated and filled in place. The
-  // store does not change.
+  /// Replaces the content of the file at `path` by `entries`, a line each, in the byte order of
+  /// their keys. The store does not change. A file that cannot be opened is reported and left as it
+  /// was; a folder is not made.
+  ///
+  /// Throws `Vorn::MissingInstance` for a file that cannot be opened without a log.
+  ///
+  /// The file is cut and filled in place. A disk that fills up is not noticed, and a crash in the
+  /// middle leaves a part.
   virtual void WriteFile(const ConfigEntries& entries, const Vorn::SharedPath& path) = 0;
+
+  /// Writes a file as the other `WriteFile`, with its path given as text.
   virtual void WriteFile(const ConfigEntries& entries, const std::string& path) = 0;
 
-  // The text that WriteFile would write, each line ended by a bare line feed.
+  /// Returns the text that `WriteFile` would write, each line ended by a bare line feed. The store
+  /// does not change.
   virtual std::string FormatEntries(const ConfigEntries& entries) = 0;
 
-  // The value of `key`, also when it is empty; a missing key is added with the default.
+  /// Returns the value of `key`, also when it is empty. A missing key is added with
+  /// `defaultValue`.
   virtual std::string GetString(const std::string& key, const std::string& defaultValue) = 0;
 
-  // The value of `key` if there is one. The store does not change.
+  /// Returns the value of `key` if there is one. The store does not change.
   virtual std::optional<std::string> FindString(const std::string& key) = 0;
 
-  // Sets the value of `key`. Neither is tested: a key that is not one, a value that opens with
-  // white space, ends in a carriage return, or holds a line feed or NUL is kept and written, and
-  // read back as something else.
+  /// Sets the value of `key`.
+  ///
+  /// Neither is tested. A key that no file can hold is kept and written, and is a bad line for the
+  /// next reader. So is a value that comes back as something else: one that opens with white space,
+  /// ends in a carriage return, or holds a line feed or a NUL.
   virtual void SetString(const std::string& key, const std::string& value) = 0;
 
-  // Sets the value of `key` to the decimal text of `value`, in the global locale.
+  /// Sets the value of `key` to the decimal text of `value`, grouped as the global C++ locale
+  /// groups digits.
   virtual void SetInt(const std::string& key, std::int32_t value) = 0;
 
-  // The value of `key` as a number; a missing key is added with the default. A text that is not
-  // wholly a 32-bit decimal number stays in the store and reads as the default. Follows the global
-  // locale.
+  /// Returns the value of `key` as a number. A missing key is added with the text of
+  /// `defaultValue`, as `SetInt` would set it.
+  ///
+  /// A number is an optional sign and decimal digits, within 32 bits and with nothing around them;
+  /// groups of digits may be told apart as the global C++ locale does. Any other text reads as
+  /// `defaultValue` and stays in the store.
   virtual std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) = 0;
 };
 
@@ -84,10 +130,14 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
 
 namespace Common {
 
-// Makes the process's one settings store, which the caller owns, and fills it from the two files;
-// neither need exist. Throws ApplicationErrorException on every call but the first,
-// std::filesystem::filesystem_error for a file that cannot be read, and Vorn::MissingInstance for a
-// bad line without a log. For one thread at a time.
+/// Makes the process's one settings store and fills it from the two files, neither of which need
+/// exist. The caller owns the store.
+///
+/// Throws `ApplicationErrorException` on every call but the first, also if that one failed;
+/// `std::filesystem::filesystem_error` for a file that is there and cannot be read, or of which
+/// that cannot be found out; and `Vorn::MissingInstance` for a bad line without a log.
+///
+/// For one thread at a time.
 COMMON_SERVICES_EXPORT Config::SConfigFile* ManufactureConfigFile();
 
 }  // namespace Common

@@ -1,12 +1,24 @@
-// The engine's content tree: folders as full paths from the working directory, files as bare names.
-// The separator is
-// "/" everywhere and no folder ends in one; join the two with a "/" of your own. Nothing makes a
-// folder that is missing.
+/// @file
+/// The engine's content tree: its folders as paths from the working directory, its files as bare
+/// names. The separator is "/" on every platform, and no folder ends in one. Nothing makes a folder
+/// that is missing.
+///
+/// ```cpp
+/// std::ifstream atlas(Common::TexturesFolder + "/atlas.png", std::ios::binary);
+/// ```
+///
+/// The constants are made when a module is loaded and end when it is unloaded; each module has its
+/// own. Any thread may read them.
 #pragma once
 
 #include <string>
 
 namespace Common {
+
+// A module that shared these with others could never be unloaded.
+#if defined(__GNUC__)
+#pragma GCC visibility push(hidden)
+#endif
 
 inline const std::string ContentRoot = "content";
 inline const std::string BinFolder = "bin";
@@ -44,5 +56,9 @@ inline const std::string PalettedFragmentSpvFileName = "fragment_paletted_main.s
 inline const std::string PalettedVertexSpvFileName = "vertex_paletted_main.spv";
 inline const std::string PalettedFragmentHlslFileName = "fragment_paletted_main.hlsl";
 inline const std::string PalettedVertexHlslFileName = "vertex_paletted_main.hlsl";
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 }  // namespace Common

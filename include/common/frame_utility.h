@@ -1,10 +1,14 @@
-// The per-frame scheduler. Once a frame the host calls Tick, which makes the waiting values of
-// SMessageTotem current, runs the reactors, and runs the delayed calls that are due; between two
-// ticks nothing happens. All times are microseconds of the clock in the storage.
-//
-//   auto reactor = frame->CreateReactor(16'000);
-//   reactor->SetCallback([](std::uint64_t frameNumber) { ... });
-//   frame->ScheduleCall([](std::uint64_t ship) { ... }, shipNumber, 2'000'000);
+/// @file
+/// The per-frame scheduler. Once a frame the host calls Tick, which makes the waiting values of
+/// SMessageTotem current, runs the reactors, and runs the delayed calls that are due. Between two
+/// ticks nothing happens. All times are microseconds of the clock in the storage.
+///
+/// ```cpp
+/// auto reactor = frames->CreateReactor(16'000);
+/// reactor->SetCallback([](std::uint64_t frameNumber) { ... });
+/// frames->ScheduleCall([](std::uint64_t ship) { ... }, shipNumber, 2'000'000);
+/// frames->Tick();
+/// ```
 #pragma once
 
 #include <common/common_services_export.h>
@@ -15,56 +19,105 @@
 
 namespace Common {
 
+/// What ticks run. A reactor's callback gets the frame number, a delayed call the argument that it
+/// was scheduled with.
 using FrameCallback = std::function<void(std::uint64_t)>;
 
-// A callback that runs in ticks for as long as the host holds a reference. Release the last one, on
-// the thread that ticks and before the utility ends, to take the reactor out. Inside its callback a
-// reactor must not be changed or released; other reactors may be.
+/// A callback that runs in ticks for as long as the host holds a reference to it. Releasing the
+/// last reference takes the reactor out.
+///
+/// For the thread that ticks; copies of a reference may be made and dropped on any thread, but the
+/// last one only on that thread. REQUIRES: the last reference goes before the utility does, and not
+/// inside the reactor's own callback.
 struct VORN_LNK_SHARED_TYPE IFrameReactor : Vorn::Intrudable {
-  // Replaces the callback, which gets the frame number. The old callable is destroyed before this
-  // returns. An empty function makes the tick throw std::bad_function_call.
+  /// Replaces the callback, and destroys the old callable before it returns. The interval and the
+  /// time of the last firing stay. An empty function makes Tick throw std::bad_function_call.
+  ///
+  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback; inside the
+  /// callbacks of others it may be.
   virtual void SetCallback(FrameCallback callback) = 0;
 
-  // Replaces the callback by one that does nothing. The reactor stays where it is.
+  /// Replaces the callback by one that does nothing, and destroys the old callable before it
+  /// returns. The reactor stays where it is.
+  ///
+  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback; inside the
+  /// callbacks of others it may be.
   virtual void Clear() = 0;
 };
 
-// For one thread at a time, which is also the thread that callbacks run on.
+/// The scheduler of a process. For one thread at a time, which is also the thread that callbacks
+/// run on.
+///
+/// When STimeProvider::SetOrigin sets the clock back, the waiting calls are due at once, and each
+/// reactor fires in the next tick. When it moves the clock on, what waits is due that much earlier.
+/// Ids stay as they are, so one that was given out before may be given out again.
 struct VORN_LNK_SHARED_TYPE SFrameUtility {
   virtual ~SFrameUtility() = default;
 
-  // A reactor that fires in the first tick that finds `interval` microseconds gone since it last
-  // fired, counted from the clock's zero at first; never twice a tick, and lost time is not made
-  // up. An interval of 0 fires in every tick. Made inside a reactor's callback it may fire in the
-  // same tick or not, as addresses fall; made inside a delayed call it waits for the next.
-  virtual Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) = 0;
+  /// Makes a reactor that fires in the first tick that finds `interval` microseconds gone since it
+  /// last fired. An interval of 0 fires in every tick. Until SetCallback is called it does nothing.
+  ///
+  /// The result holds the only reference: without it there is no reactor. Throws std::bad_alloc,
+  /// and has then changed nothing. For the thread that ticks.
+  ///
+  /// The first interval counts from the clock's zero, so a reactor that is made long after that
+  /// fires in the very next tick. A reactor fires at most once a tick, and lost time is not made
+  /// up. Reactors run in the order of their addresses, whatever the order of their making. One that
+  /// is made inside a reactor's callback fires in the same tick only if its address is the higher
+  /// one; one that is made inside a delayed call fires in the next tick at the earliest.
+  [[nodiscard("a reactor lives only as long as a reference to it")]] virtual Vorn::IntrudablePtr<
+      IFrameReactor>
+  CreateReactor(std::uint64_t interval) = 0;
 
-  // Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds
-  // gone. Returns the call's id, which calls scheduled in the same microsecond share. Calls run
-  // strictly in the order of scheduling: one that is not yet due holds back all behind it. A call
-  // that throws, as an empty function does, stays at the front and is tried again in each tick
-  // until it succeeds or is cancelled. Scheduled inside a reactor's callback it may run in the same
-  // tick; inside a delayed call it waits for the next. Throws Vorn::MissingInstance without a
-  // clock, and then queues nothing.
+  /// Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds
+  /// gone. Returns the call's id, which is the time of the clock.
+  ///
+  /// Throws Vorn::MissingInstance without a clock, and std::bad_alloc; it has then queued nothing.
+  /// For the thread that ticks.
+  ///
+  /// Calls that are scheduled in the same microsecond share one id. Two calls in a row nearly
+  /// always do; see CancelCall.
+  ///
+  /// Calls run strictly in the order of scheduling: one that is not yet due holds back all behind
+  /// it. A call that throws, as an empty function does, stays at the front and is tried again in
+  /// each tick until it returns or is cancelled. A call that is scheduled inside a reactor's
+  /// callback may run in the same tick; one that is scheduled inside a delayed call waits for the
+  /// next tick.
   virtual std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument,
                                      std::uint64_t delay) = 0;
 
-  // Takes the callables of all calls with this id away; nothing happens if there are none. What
-  // stays of such a call keeps its place in the queue, is due at once and does nothing. A delayed
-  // call must not cancel itself.
+  /// Cancels every call with this id: calls that share an id are cancelled together. Their
+  /// callables are destroyed before this returns. Does nothing if no call has the id.
+  ///
+  /// For the thread that ticks, also inside callbacks.
+  ///
+  /// A cancelled call keeps its place in the queue, is due at once and does nothing. A running call
+  /// may cancel its own id, knowingly or because another call shares it: its callable lives until
+  /// it has returned or thrown, and is then gone in either case.
+  ///
+  /// Finding a call takes a time that grows with the logarithm of the number of waiting calls.
+  /// After the clock was set back it takes a walk over all of them, until none has been left
+  /// waiting.
   virtual void CancelCall(std::uint64_t id) = 0;
 
-  // One frame: the edge of SMessageTotem, then every reactor in the order of addresses, then the
-  // delayed calls in the order of scheduling. Lets every exception of a callback through; the edge
-  // stays applied, and what has not run waits for the next tick. Throws Vorn::MissingInstance where
-  // it needs a clock that is not there. REQUIRES: not called from inside a callback.
+  /// Runs one frame: the edge of SMessageTotem, then every reactor in the order of addresses, then
+  /// the delayed calls that are due, in the order of scheduling.
+  ///
+  /// Lets every exception of a callback through. The edge stays applied, a reactor that threw has
+  /// fired, and what has not run waits for the next tick. Throws Vorn::MissingInstance where it
+  /// needs a clock that is not there.
+  ///
+  /// One thread at a time. REQUIRES: no tick is under way, so it is not called inside a callback,
+  /// nor by the destructor of a callable that a tick, or the utility at its own end, destroys.
   virtual void Tick() = 0;
 };
 
-// Makes the process's one frame utility, which the caller owns, and enters SMessageTotem into the
-// storage until the utility ends. Queued calls are then dropped unrun. Throws
-// ApplicationErrorException on every call but the first, and Vorn::MissingInstance if a totem
-// stands in the storage already. For one thread at a time.
+/// Makes the process's one frame utility, which the caller owns, and enters SMessageTotem into the
+/// storage until the utility ends. Calls that still wait at that time are dropped unrun.
+///
+/// Throws ApplicationErrorException on every call but the first, also after that utility is gone,
+/// and Vorn::MissingInstance if a totem stands in the storage already. For one thread at a time.
+/// REQUIRES: every reactor is released before the utility ends.
 COMMON_SERVICES_EXPORT SFrameUtility* ManufactureFrameUtility();
 
 }  // namespace Common

@@ -1,10 +1,14 @@
-// A record of values that change only at the frame edge: what is written during one frame is read
-// in the next, by everyone alike. It stands in the storage while a frame utility lives:
-//
-//   auto* totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>::Get();
-//   totem->byteOne.Write(1);  // read as 1 from the next tick on
-//
-// Plain memory without a lock: for the thread that ticks.
+/// @file
+/// A record of values that change only at the frame edge: what is written during one frame is read
+/// in the next, by everyone alike. It stands in the storage while a frame utility lives.
+///
+/// ```cpp
+/// auto* totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>::Get();
+/// totem->byteOne.Write(1);  // read as 1 from the next tick on
+/// ```
+///
+/// It is plain memory without a lock, for the thread that ticks. A pointer to it dangles once the
+/// frame utility has ended.
 #pragma once
 
 #include <vorn_lnk/singleton>
@@ -14,22 +18,24 @@
 
 namespace Common {
 
+/// One value of the record: the one of the present frame, and one that may wait for the next.
 template <class T>
 struct TotemLatch {
-  T pending{};
-  bool isPending = false;
-  T current{};
+  T pending{};             ///< the value of the next frame, where `isPending` is set
+  bool isPending = false;  ///< whether a value waits for the frame edge
+  T current{};             ///< the value of the present frame
 
-  // The value of the present frame.
+  /// Returns the value of the present frame. For the thread that ticks.
   const T& Read() const { return current; }
 
-  // The value of the next frame. The last write of a frame wins.
+  /// Sets the value of the next frame; the last write of a frame wins. For the thread that ticks.
   void Write(const T& value) {
     pending = value;
     isPending = true;
   }
 
-  // Makes a waiting value current. The frame utility does so at each frame edge.
+  /// Makes a waiting value current. The frame utility does so at each frame edge; a host has no
+  /// need to. For the thread that ticks.
   void Commit() {
     if (!isPending) return;
     current = pending;
@@ -37,31 +43,33 @@ struct TotemLatch {
   }
 };
 
-// What the wider values consist of is the hosts' business; the library copies them whole.
+/// Four bytes of alignment 2. What they consist of is the hosts' business: the library copies them
+/// whole.
 struct FourByteValue {
-  std::uint16_t parts[2];
+  std::uint16_t parts[2];  ///< the hosts' own
 };
 
+/// Twelve bytes of alignment 4, copied whole as FourByteValue is.
 struct TwelveByteValue {
-  std::uint32_t parts[3];
+  std::uint32_t parts[3];  ///< the hosts' own
 };
 
+/// Eight bytes of alignment 4, copied whole as FourByteValue is.
 struct EightByteValue {
-  std::uint32_t parts[2];
+  std::uint32_t parts[2];  ///< the hosts' own
 };
 
-// Hosts that were built apart share this memory, so the order and the widths of the fields never
-// change. `frameNumber` counts the ticks, and `fourByteValuePrevious` is what `fourByteValue` was a
-// frame ago; both belong to the frame utility, which overwrites what a host writes there.
+/// The record. Hosts that were built apart share its memory, so the order and the widths of the
+/// fields never change. What a host writes into the two fields of the frame utility is overwritten.
 struct VORN_LNK_SHARED_TYPE SMessageTotem {
-  TotemLatch<std::uint64_t> frameNumber;
-  TotemLatch<std::uint8_t> byteOne;
-  TotemLatch<FourByteValue> fourByteValue;
-  TotemLatch<FourByteValue> fourByteValuePrevious;
-  TotemLatch<std::uint8_t> byteTwo;
-  TotemLatch<TwelveByteValue> twelveByteValue;
-  TotemLatch<std::uint8_t> byteThree;
-  TotemLatch<EightByteValue> eightByteValue;
+  TotemLatch<std::uint64_t> frameNumber;            ///< the utility's: how many ticks there were
+  TotemLatch<std::uint8_t> byteOne;                 ///< the hosts' own
+  TotemLatch<FourByteValue> fourByteValue;          ///< the hosts' own
+  TotemLatch<FourByteValue> fourByteValuePrevious;  ///< the utility's: `fourByteValue` a frame ago
+  TotemLatch<std::uint8_t> byteTwo;                 ///< the hosts' own
+  TotemLatch<TwelveByteValue> twelveByteValue;      ///< the hosts' own
+  TotemLatch<std::uint8_t> byteThree;               ///< the hosts' own
+  TotemLatch<EightByteValue> eightByteValue;        ///< the hosts' own
 };
 
 namespace Detail {

@@ -1,9 +1,16 @@
-// Numbers that are unique within one run, alone or as a prefix that makes a name unique:
-// `/$17#crane`.
-//
-//   ids->MakeUniqueName("crane");      // /$17#crane
-//   ids->MakeUniqueName("/$5#crane");  // /$18#crane: a copy of a named thing gets a name of its
-//   own
+/// @file
+/// Numbers that are unique within one run of the process, alone or as a prefix that makes a name
+/// unique: `/$17#crane`.
+///
+/// ```cpp
+/// const std::unique_ptr<Common::Unique::SRuntimeUniqueId> ids(Common::Unique::Manufacture());
+/// ids->MakeUniqueName("crane");      // /$1#crane
+/// ids->MakeUniqueName("/$1#crane");  // /$2#crane: the copy of a named thing gets its own name
+/// ```
+///
+/// A prefix is what stands at the very start of a name from `/$` to the first `#` behind it,
+/// whatever lies between. `/$17#` and `/$#` are prefixes, and so is `/$quay` with its `#`; `/$17`
+/// without a `#` is none, and in `a/$17#b` it is part of the name.
 #pragma once
 
 #include <common/common_services_export.h>
@@ -15,42 +22,48 @@
 
 namespace Common {
 
-// Keeps the service on a counter of the caller's choice until its last reference goes. Overrides
-// end in the reverse order of their making, and before the service does.
+/// Keeps the id service on a counter of the caller's choice until its last reference goes.
+///
+/// REQUIRES: it ends before the service does, and overrides end in the reverse order of their
+/// making. The last reference goes on the thread that the service serves.
 struct VORN_LNK_SHARED_TYPE IScopedIdOverride : Vorn::Intrudable {};
 
 }  // namespace Common
 
 namespace Common::Unique {
 
-// For one thread at a time, the end of an override included. Throws nothing but std::bad_alloc.
+/// The id service. It serves one thread at a time, and its operations throw nothing but
+/// `std::bad_alloc`.
 struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
+  /// REQUIRES: no override is left.
   virtual ~SRuntimeUniqueId() = default;
 
-  // The next id; the first is 1. After the largest comes the smallest.
+  /// Takes the next id and returns it. The first is 1; after the largest comes the smallest.
   virtual std::int64_t NextId() = 0;
 
-  // The next id as a prefix: `/$17#`.
+  /// Takes the next id and returns it as a prefix: `/$17#`. Its digits are those of `IdToString`.
   virtual std::string NextIdString() = 0;
 
-  // The decimal text of `id`, in the global locale. Takes no id.
+  /// Returns the decimal text of `id`, grouped as the global C++ locale groups digits. Takes no id.
   virtual std::string IdToString(std::int64_t id) = 0;
 
-  // The decimal text of `id` with `text` behind it. Takes no id.
+  /// Returns the decimal text of `id` with `text` directly behind it: `17crane`. Takes no id.
   virtual std::string JoinIdAndText(std::string_view text, std::int64_t id) = 0;
 
-  // `name` behind a prefix with a new id, in place of all prefixes that it opens with; "/object" if
-  // nothing else is left of it. Takes one id.
+  /// Takes one id and returns `name` behind a prefix with it, in place of all prefixes that the
+  /// name opens with. Of an empty name, or one that is nothing but prefixes, `/object` is made.
   virtual std::string MakeUniqueName(std::string_view name) = 0;
 
-  // Puts the service on a counter that stands at `value`: the next id is one above. When the
-  // override ends, the counter before it goes on where it was. Whether ids are unique across
-  // counters is up to the caller.
+  /// Puts the service on a new counter that stands at `value`: the next id is one above. When the
+  /// returned override ends, the counter before it goes on where it was.
+  ///
+  /// Whether ids are unique across counters is up to the caller.
   virtual Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) = 0;
 };
 
-// Makes the process's one id service, which the caller owns. Throws ApplicationErrorException on
-// every call but the first. For one thread at a time.
+/// Makes the process's one id service. The caller owns it.
+///
+/// Throws `ApplicationErrorException` on every call but the first. For one thread at a time.
 COMMON_SERVICES_EXPORT SRuntimeUniqueId* Manufacture();
 
 }  // namespace Common::Unique

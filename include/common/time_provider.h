@@ -1,11 +1,13 @@
-// The engine's clock: one monotonic time in whole microseconds, counted from the clock's
-// manufacture. It waits to the microsecond, fills scopes with time, and makes periodic signals.
-//
-// Enter it into the storage right after manufacture; the frame utility, the seed provider and the
-// signals find it there:
-//
-//   auto clock = Vorn::Singleton<Common::STimeProvider,
-//   std::shared_ptr>::Create(Common::ManufactureTimeProvider());
+/// @file
+/// The engine's clock. It counts whole microseconds from its manufacture, waits to the microsecond,
+/// fills scopes with time, and makes periodic signals. Enter it into the storage right after
+/// manufacture: the frame utility, the seed provider and the signals look for it there.
+///
+/// ```cpp
+/// using Clock = Vorn::Singleton<Common::STimeProvider, std::shared_ptr>;
+/// const auto owner = Clock::Create(Common::ManufactureTimeProvider());
+/// const auto frame = Clock::Get()->MakeTimeFiller(16'667);  // this scope lasts a frame of 60 Hz
+/// ```
 #pragma once
 
 #include <common/common_services_export.h>
@@ -17,56 +19,87 @@
 
 namespace Common {
 
-// The wave of a signal, over a phase that runs from 0.0 to 1.0 in each period. Any other value
-// makes a signal that is always 1.0 and needs no clock.
+/// The wave of a signal, over a phase that runs from 0.0 to 1.0 in each period. Any other value
+/// makes a signal that is always 1.0 and needs no clock.
 enum class PeriodicKind : std::uint32_t {
-  Sine = 0,             // one full turn a period, from 0.0 up
-  Square = 1,           // 1.0 while the phase is below the duty, then 0.0
-  Triangle = 2,         // up to 1.0 where the phase reaches the duty, then back down
-  RisingSawtooth = 3,   // the phase
-  FallingSawtooth = 4,  // 1.0 less the phase
+  Sine = 0,             ///< one full turn a period, from 0.0 upwards
+  Square = 1,           ///< 1.0 while the phase is below the duty, then 0.0
+  Triangle = 2,         ///< up to 1.0 where the phase reaches the duty, then back down
+  RisingSawtooth = 3,   ///< the phase
+  FallingSawtooth = 4,  ///< 1.0 less the phase
 };
 
+/// The clock. All its operations but `SetOrigin` and `RunTimingCheck` may be called from any
+/// thread.
 struct VORN_LNK_SHARED_TYPE STimeProvider {
+  /// Ends the clock. REQUIRES: all its fillers have ended, and no thread is using it.
   virtual ~STimeProvider() = default;
 
-  // Makes `rawMicroseconds`, a reading of the platform's steady clock, the new zero of this clock.
-  // SetOrigin(0) makes Now return the raw reading; an origin in the future makes it wrap to huge
-  // values. REQUIRES: no other thread uses the clock or a signal at the same time.
+  /// Makes another moment the zero of this clock. `rawMicroseconds` is a reading of the platform's
+  /// steady clock: `SetOrigin(0)` makes `Now` return that clock's own reading, and a moment in the
+  /// future makes `Now` wrap to huge values until it comes.
+  ///
+  /// One thread. REQUIRES: no other thread is using the clock, a filler or a signal.
+  ///
+  /// Whoever kept an earlier reading of `Now` finds it shifted. Signals jump to their new phase. A
+  /// filler that is alive takes the shift for time that has passed, or has not: it ends earlier or
+  /// later, but never waits for more than its whole length. What happens to reactors and delayed
+  /// calls stands in `<common/frame_utility.h>`. Best called right after manufacture.
   virtual void SetOrigin(std::uint64_t rawMicroseconds) = 0;
 
-  // Microseconds since the origin, which is the moment of manufacture unless SetOrigin changed it.
-  // Differences are to be taken in unsigned arithmetic. Costs one reading of the system's clock.
-  // Any thread.
+  /// Reads the clock: whole microseconds, rounded down, since its manufacture or since the origin
+  /// that was set. Costs one reading of the system's clock.
+  ///
+  /// Any thread. Compare two readings by their unsigned difference, which is right across the wrap
+  /// of the 64 bits, too.
   virtual std::uint64_t Now() = 0;
 
-  // Returns once `microseconds` of this clock have passed. Sleeps in steps of 1 ms while much
-  // remains and yields in a spin for the rest, so the last stretch keeps one processor busy. That
-  // stretch is as long as two sleeps of 1 ms took at manufacture: 2 ms and a little as a rule, some
-  // 30 ms where the system's timer is coarse. Any thread. REQUIRES: no SetOrigin at the same time.
+  /// Returns once `microseconds` of this clock have passed. Sleeps in steps of 1 ms while much time
+  /// remains, then spins and yields, so the last stretch keeps one processor busy. That stretch is
+  /// twice as long as the sleep of 1 ms took that was measured at manufacture: a little over 2 ms
+  /// as a rule, about 30 ms where the system's timer is coarse.
+  ///
+  /// A wait may cross the wrap of the clock. A length of 2^63 microseconds or more, such as a
+  /// negative number that was converted, counts as passed: it returns at once, as 0 does.
+  ///
+  /// Any thread. REQUIRES: no `SetOrigin` at the same time.
   virtual void Wait(std::uint64_t microseconds) = 0;
 
-  // A scope that lasts at least `microseconds`: when the last reference goes, it waits, as Wait
-  // does, for what is left of them since this call. Any thread. REQUIRES: the filler ends before
-  // the clock does.
-  virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) = 0;
+  /// Makes a scope last for at least `microseconds`: when the last reference to the result goes, it
+  /// waits, as `Wait` does, for what is left of them since this call. Nothing is left where the
+  /// scope has taken longer, or of a length of 2^63 and more. Throws std::bad_alloc.
+  ///
+  /// Any thread. REQUIRES: the filler ends before the clock does.
+  ///
+  /// Keep the result in a variable. One that is dropped at once waits for its whole length.
+  [[nodiscard]] virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(
+      std::uint64_t microseconds) = 0;
 
-  // Fills six scopes of 1000 down to 30 ms and prints to std::cout how long each really took; about
-  // 2 s in all. Measures the clock in the storage, and throws Vorn::MissingInstance if there is
-  // none. Does not flush. For one thread at a time.
+  /// Shows how exact waiting is on this machine: fills six scopes of 1000 down to 30 ms and prints
+  /// a line to `std::cout` for each, such as `250003us : 0.250003s`. Takes about 2 s. The lines
+  /// look the same whatever format, width or locale the stream has been given. They are not flushed
+  /// unless the stream has `std::unitbuf` set.
+  ///
+  /// Throws Vorn::MissingInstance if the storage holds no clock: that is the one it measures. One
+  /// thread at a time, as for any use of `std::cout` together with other output.
   virtual void RunTimingCheck() = 0;
 
-  // A signal of `period` microseconds. `duty`, the share of the period at which a square falls and
-  // a triangle peaks, is clamped to 0.0..1.0; what is not a number counts as 0.0. A period of 0
-  // holds the phase at 0.0. Beyond 16.8 s the phase moves in steps, as single precision does. Any
-  // thread.
+  /// Makes a signal of this clock; see `IPeriodic`. `period` is in microseconds; where it is 0, the
+  /// phase stays at 0.0. `duty` is the share of the period at which a square falls and a triangle
+  /// peaks: it is clamped to 0.0 to 1.0, what is not a number counts as 0.0, and other kinds ignore
+  /// it. Throws std::bad_alloc.
+  ///
+  /// Any thread. With periods above 16.8 s the phase moves in steps and may reach 1.0, as it has
+  /// single precision.
   virtual Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period,
                                                       float duty) = 0;
 };
 
-// Makes the process's one clock, which the caller owns. Blocks for one sleep of 1 ms to learn how
-// long such a sleep takes here. Throws ApplicationErrorException on every call but the first, also
-// after that clock is gone. For one thread at a time.
+/// Makes the process's one clock, which the caller owns. Blocks for one sleep of 1 ms to learn how
+/// long such a sleep takes here.
+///
+/// Throws ApplicationErrorException on every call but the first, also when the first clock has
+/// ended. One thread at a time.
 COMMON_SERVICES_EXPORT STimeProvider* ManufactureTimeProvider();
 
 }  // namespace Common

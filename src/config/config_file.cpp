@@ -1,6 +1,7 @@
 #include <common/application_error_exception.h>
 #include <common/config_file.h>
 #include <common/content_paths.h>
+#include <common/message_log.h>
 #include <vorn_lnk/file>
 
 #include <boost/lexical_cast.hpp>
@@ -15,7 +16,20 @@ namespace {
 
 using Config::ConfigEntries;
 
+const Vorn::Singleton<Log::SMessageLog, std::shared_ptr> messageLog;
+
 std::int32_t instanceCount = 0;
+
+void ReportError(const std::string& message) { messageLog.Get()->LogError(message); }
+
+// Any answer but "there" and "not there" leaves as a failure. SharedPath::Exists is no help here:
+// to it nothing can stand at a name that is too long.
+bool Exists(const std::filesystem::path& path) {
+  std::error_code failure;
+  const bool exists = std::filesystem::exists(path, failure);
+  if (failure) throw std::filesystem::filesystem_error("exists", path, failure);
+  return exists;
+}
 
 }  // namespace
 
@@ -25,18 +39,18 @@ class ConfigFileImpl final : public Config::SConfigFile {
   ~ConfigFileImpl() override;
 
   ConfigEntries ParseContent(const std::string& content, const std::string& name) override {
-    return ParseEntries(content, name);
+    return ParseEntries(content, name, ReportError);
   }
   ConfigEntries ReadFile(Vorn::SharedPath path) override;
   ConfigEntries ReadFile(const std::string& path) override;
   bool Load(const std::string& path) override;
   void Save() override { WriteFile(entries, filePath); }
-  void WriteFile(const ConfigEntries& written, const Vorn::SharedPath& path) override {
-    WriteFile(written, path.String());
+  void WriteFile(const ConfigEntries& settings, const Vorn::SharedPath& path) override {
+    WriteFile(settings, path.String());
   }
-  void WriteFile(const ConfigEntries& written, const std::string& path) override;
-  std::string FormatEntries(const ConfigEntries& formatted) override {
-    return FormatEntryLines(formatted);
+  void WriteFile(const ConfigEntries& settings, const std::string& path) override;
+  std::string FormatEntries(const ConfigEntries& settings) override {
+    return FormatEntryLines(settings);
   }
   std::string GetString(const std::string& key, const std::string& defaultValue) override;
   std::optional<std::string> FindString(const std::string& key) override;
@@ -53,7 +67,7 @@ ConfigFileImpl::ConfigFileImpl() {
   const std::string mainPath = ConfigFolder + "/" + ConfigFileName;
   Load(mainPath);
   const std::string overridePath = ConfigFolder + "/" + UserConfigFileName;
-  if (Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(overridePath)).Exists()) Load(overridePath);
+  if (Exists(Vorn::PathFromUtf8(overridePath))) Load(overridePath);
   filePath = mainPath;
 }
 
@@ -81,9 +95,9 @@ bool ConfigFileImpl::Load(const std::string& path) {
   return true;
 }
 
-void ConfigFileImpl::WriteFile(const ConfigEntries& written, const std::string& path) {
+void ConfigFileImpl::WriteFile(const ConfigEntries& settings, const std::string& path) {
   // Nothing may run out of memory once opening has cut the file, so the text is there before.
-  const std::string text = FormatEntries(written);
+  const std::string text = FormatEntries(settings);
   OutputFile file(Vorn::PathFromUtf8(path), OutputFile::Mode::Replace);
   if (!file.IsOpen()) {
     ReportError("File '" + path + "' write error.");
@@ -120,7 +134,11 @@ std::int32_t ConfigFileImpl::GetInt(const std::string& key, std::int32_t default
 }
 
 Config::SConfigFile* ManufactureConfigFile() {
-  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of SCOnfigFile");
+  ++instanceCount;
+  if (instanceCount > 1) {
+    // Hosts are promised this text, its odd spelling included.
+    throw ApplicationErrorException("Multiple instances of SCOnfigFile");
+  }
   return new ConfigFileImpl;
 }
 

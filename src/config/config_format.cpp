@@ -1,7 +1,5 @@
 #include "config_format.h"
 
-#include <common/message_log.h>
-
 #include <boost/lexical_cast.hpp>
 #include <boost/spirit/include/classic_core.hpp>
 #include <boost/spirit/include/phoenix1.hpp>
@@ -16,57 +14,36 @@ namespace Spirit = boost::spirit::classic;
 using Config::ConfigEntries;
 using Rule = Spirit::rule<Spirit::scanner<const char*>>;
 
-const Vorn::Singleton<Log::SMessageLog, std::shared_ptr> messageLog;
-
 constexpr std::string_view KeyValueSeparator = " = ";
 
-// What the line rule matched last. Shared by all parses of the process.
+// What the line rule matched last. Shared by all texts of the process.
 std::string CapturedKey;
 std::string CapturedValue;
 
-// Assigns the matched range to a capture, which keeps its memory from line to line.
-struct AssignRange {
-  template <class Capture, class First, class Last>
-  struct result {
-    using type = void;
-  };
-
-  void operator()(std::string& capture, const char* first, const char* last) const {
-    capture.assign(first, last);
+// Ends with each text, so that the captures keep no memory of a line that was huge. An assignment
+// would keep it.
+struct CaptureMemory {
+  CaptureMemory() = default;
+  ~CaptureMemory() {
+    std::string().swap(CapturedKey);
+    std::string().swap(CapturedValue);
   }
-};
 
-const phoenix::function<AssignRange> assignRange;
+  CaptureMemory(const CaptureMemory&) = delete;
+  CaptureMemory& operator=(const CaptureMemory&) = delete;
+};
 
 auto CaptureInto(std::string& capture) {
-  return assignRange(phoenix::var(capture), phoenix::arg1, phoenix::arg2);
+  return phoenix::var(capture) = phoenix::construct_<std::string>(phoenix::arg1, phoenix::arg2);
 }
 
-// Letters and digits that every locale has. They are told without a call into it, which most bytes
-// would make.
-bool IsPortableAlnum(char byte) {
-  return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
-         (byte >= 'A' && byte <= 'Z');
-}
-
-struct PortableAlnumParser : Spirit::char_parser<PortableAlnumParser> {
-  bool test(char byte) const { return IsPortableAlnum(byte); }
-};
-
-struct SpaceParser : Spirit::char_parser<SpaceParser> {
-  bool test(char byte) const {
-    return byte == ' ' || (!IsPortableAlnum(byte) && Spirit::space_p.test(byte));
-  }
-};
-
-const PortableAlnumParser PortableAlnum;
-const SpaceParser Space;
-
+// What counts as a letter, a digit or white space is up to the character locale that setlocale set.
 const Rule KeyRule =
-    *(PortableAlnum | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\') | Spirit::alnum_p);
+    *(Spirit::alnum_p | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\'));
 
-const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Space >> Spirit::ch_p('=') >> *Space >>
-                      (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >> *Space;
+const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Spirit::space_p >> Spirit::ch_p('=') >>
+                      *Spirit::space_p >> (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >>
+                      *Spirit::space_p;
 
 std::string_view WithoutTrailingReturns(std::string_view line) {
   return line.substr(0, line.find_last_not_of('\r') + 1);
@@ -78,20 +55,23 @@ bool MatchLine(std::string_view line) {
   return Spirit::parse(visible.data(), visible.data() + visible.size(), LineRule).full;
 }
 
-void ReportBadLine(const std::string& name, std::uint64_t lineNumber, std::string_view line) {
-  std::string text = "Syntax error reading configuration file: ";
-  text.append(name);
-  text.append(" at line: ");
-  text.append(boost::lexical_cast<std::string>(lineNumber));
-  text.append(" content: ");
-  text.append(line);
-  text.append(".");
-  ReportError(text);
+std::string DescribeBadLine(const std::string& name, std::uint64_t lineNumber,
+                            std::string_view line) {
+  std::string message = "Syntax error reading configuration file: ";
+  message.append(name);
+  message.append(" at line: ");
+  message.append(boost::lexical_cast<std::string>(lineNumber));
+  message.append(" content: ");
+  message.append(line);
+  message.append(".");
+  return message;
 }
 
 }  // namespace
 
-ConfigEntries ParseEntries(const std::string& content, const std::string& name) {
+ConfigEntries ParseEntries(const std::string& content, const std::string& name,
+                           const ErrorReport& report) {
+  const CaptureMemory captureMemory;
   ConfigEntries entries;
   std::uint64_t lineNumber = 0;
   for (std::string_view rest = content; !rest.empty();) {
@@ -101,10 +81,10 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name) 
     rest.remove_prefix(lineEnd == std::string_view::npos ? rest.size() : lineEnd + 1);
     if (line.empty()) continue;
     if (MatchLine(line)) {
-      entries.insert_or_assign(entries.end(), CapturedKey,
-                               CapturedValue);  // where a sorted file goes on
+      // The end is where a sorted file goes on.
+      entries.insert_or_assign(entries.end(), CapturedKey, CapturedValue);
     } else {
-      ReportBadLine(name, lineNumber, line);
+      report(DescribeBadLine(name, lineNumber, line));
     }
   }
   return entries;
@@ -121,7 +101,5 @@ std::string FormatEntryLines(const ConfigEntries& entries) {
   }
   return text;
 }
-
-void ReportError(const std::string& text) { messageLog.Get()->LogError(text); }
 
 }  // namespace Common

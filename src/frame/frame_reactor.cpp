@@ -1,5 +1,8 @@
+#include "frame_reactor.h"
+
 #include <common/time_provider.h>
 
+#include <cassert>
 #include <utility>
 
 #include "frame_utility_impl.h"
@@ -13,12 +16,34 @@ void DoNothing(std::uint64_t /*frameNumber*/) {}
 
 }  // namespace
 
-FrameReactorImpl::FrameReactorImpl(FrameUtilityImpl* utility, std::uint64_t minimumInterval)
-    : callback(DoNothing), owner(utility), interval(minimumInterval) {}
+FrameReactorImpl::FrameReactorImpl(FrameUtilityImpl* owner, std::uint64_t interval)
+    : callback(DoNothing), owner(owner), interval(interval) {
+  owner->Reactors().Enter(this);
+}
 
-FrameReactorImpl::~FrameReactorImpl() { owner->RemoveReactor(this); }
+FrameReactorImpl::~FrameReactorImpl() {
+  assert(!owner->Reactors().IsRunning(this) && "a reactor is not released by its own callback");
+  owner->Reactors().Remove(this);
+}
+
+void* FrameReactorImpl::operator new(std::size_t size, ReactorMemory& memory) {
+  return memory.Allocate(size);
+}
+
+void FrameReactorImpl::operator delete(void* block, ReactorMemory& memory) {
+  memory.Free(block, sizeof(FrameReactorImpl));
+}
+
+void FrameReactorImpl::operator delete(FrameReactorImpl* reactor, std::destroying_delete_t) {
+  // Destroyed last, since its destructor may end the utility and thereby the memory.
+  const FrameCallback dropped = std::move(reactor->callback);
+  ReactorMemory& memory = reactor->owner->Memory();
+  reactor->~FrameReactorImpl();
+  memory.Free(reactor, sizeof(FrameReactorImpl));
+}
 
 void FrameReactorImpl::SetCallback(FrameCallback newCallback) {
+  assert(!owner->Reactors().IsRunning(this) && "a callback does not change its own reactor");
   const FrameCallback replaced = std::exchange(callback, std::move(newCallback));
 }
 

@@ -3,8 +3,10 @@
 #include <common/time_provider.h>
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
+#include "frame_reactor.h"
 #include "frame_utility_impl.h"
 
 namespace Common {
@@ -14,14 +16,21 @@ using TotemAccess = Vorn::Singleton<SMessageTotem, std::shared_ptr>;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// What a cancelled call is overwritten with.
+// What a cancelled call is overwritten with, but for its stamp.
 const DelayedCall EmptyCall{0, 0, 0, [](std::uint64_t) {}};
 
 std::uint64_t instanceCount = 0;
 
-std::uintptr_t AddressOf(const FrameReactorImpl* reactor) {
-  return reinterpret_cast<std::uintptr_t>(reactor);
-}
+// Holds for as long as it lives, also where a callback throws.
+struct ScopedMark {
+  explicit ScopedMark(bool* mark) : mark(mark) { *mark = true; }
+  ~ScopedMark() { *mark = false; }
+
+  ScopedMark(const ScopedMark&) = delete;
+  ScopedMark& operator=(const ScopedMark&) = delete;
+
+  bool* const mark;
+};
 
 std::shared_ptr<TotemAccess> RegisterTotem() {
   auto record = std::make_unique<SMessageTotem>();
@@ -48,81 +57,106 @@ void ApplyFrameEdge(SMessageTotem& record) {
 FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()) {}
 
 FrameUtilityImpl::~FrameUtilityImpl() {
-  while (!delayedCalls.empty()) {
-    const FrameCallback dropped = std::move(delayedCalls.front().callback);
-    delayedCalls.pop_front();
-  }
+  const ScopedMark ending(&isTicking);  // a callable's destructor must not tick
+  while (!delayedCalls.empty()) PopFront();
 }
 
 Vorn::IntrudablePtr<IFrameReactor> FrameUtilityImpl::CreateReactor(std::uint64_t interval) {
-  auto* const reactor = new FrameReactorImpl(this, interval);
-  Vorn::IntrudablePtr<IFrameReactor> reference(reactor);
-  AddReactor(reactor);
-  return reference;
-}
-
-// The reactors are linked in the order of the map, since a tick walks a list in half the time.
-void FrameUtilityImpl::AddReactor(FrameReactorImpl* reactor) {
-  const auto entry = reactors.emplace(AddressOf(reactor), reactor).first;
-  reactor->following = std::exchange(LinkTo(entry), reactor);
-}
-
-void FrameUtilityImpl::RemoveReactor(const FrameReactorImpl* reactor) {
-  const auto entry = reactors.find(AddressOf(reactor));
-  if (entry == reactors.end()) return;  // there was no memory to enter it
-  LinkTo(entry) = reactor->following;
-  reactors.erase(entry);
-}
-
-// The link that leads, or has to lead, to the reactor of this entry.
-FrameReactorImpl*& FrameUtilityImpl::LinkTo(Reactors::iterator entry) {
-  return entry == reactors.begin() ? firstReactor : std::prev(entry)->second->following;
+  return Vorn::IntrudablePtr<IFrameReactor>(new (memory) FrameReactorImpl(this, interval));
 }
 
 std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64_t argument,
                                              std::uint64_t delay) {
   const std::uint64_t stamp = timeProvider.Get()->Now();
+  const bool keepsOrder =
+      delayedCalls.empty() || (stampsAscend && delayedCalls.back().stamp <= stamp);
   delayedCalls.emplace_back(stamp, delay, argument, std::move(callback));
+  stampsAscend = keepsOrder;
   return stamp;
 }
 
 void FrameUtilityImpl::CancelCall(std::uint64_t id) {
-  const auto count = std::ssize(delayedCalls);
-  for (std::ptrdiff_t searched = 0; searched < std::min(count, std::ssize(delayedCalls));) {
-    // Found anew after each match: the destructor of a callable may have changed the queue.
-    const auto begin = delayedCalls.begin();
-    const auto end = begin + std::min(count, std::ssize(delayedCalls));
-    const auto match = std::find_if(begin + searched, end,
-                                    [id](const DelayedCall& call) { return call.stamp == id; });
-    if (match == end) return;
-    searched = match - begin + 1;
-    const DelayedCall cancelled = std::exchange(*match, EmptyCall);
+  const auto hasId = [id](const DelayedCall& call) { return call.stamp == id; };
+  auto [number, end] = NumbersToSearch(id);
+  while (number < end) {
+    const auto match = std::find_if(CallOf(number), CallOf(end), hasId);
+    number = NumberOf(match);
+    if (number == end) return;
+    Cancel(number);
+    // The destructor of the callable may have let a tick serve calls.
+    number = std::max(number + 1, callsServed);
   }
 }
 
-void FrameUtilityImpl::Tick() {
-  ApplyFrameEdge(*TotemAccess::Get());
-  RunReactors();
-  RunDelayedCalls();
+// Those of the calls with this id where the order of the stamps tells, else all.
+FrameUtilityImpl::Numbers FrameUtilityImpl::NumbersToSearch(std::uint64_t id) {
+  if (!stampsAscend) return {callsServed, callsServed + delayedCalls.size()};
+  const auto first = std::lower_bound(
+      delayedCalls.begin(), delayedCalls.end(), id,
+      [](const DelayedCall& call, std::uint64_t sought) { return call.stamp < sought; });
+  const auto end = std::find_if(first, delayedCalls.end(),
+                                [id](const DelayedCall& call) { return call.stamp != id; });
+  return {NumberOf(first), NumberOf(end)};
 }
 
-void FrameUtilityImpl::RunReactors() {
-  const std::uint64_t frameNumber = TotemAccess::Get()->frameNumber.Read();
-  for (auto* reactor = firstReactor; reactor != nullptr; reactor = reactor->following)
-    reactor->React(frameNumber);
+FrameUtilityImpl::Calls::iterator FrameUtilityImpl::CallOf(std::uint64_t number) {
+  return delayedCalls.begin() + static_cast<std::ptrdiff_t>(number - callsServed);
+}
+
+std::uint64_t FrameUtilityImpl::NumberOf(Calls::iterator call) {
+  return callsServed + static_cast<std::uint64_t>(call - delayedCalls.begin());
+}
+
+void FrameUtilityImpl::Cancel(std::uint64_t number) {
+  if (frontIsRunning && number == callsServed) {
+    frontIsCancelled = true;
+    return;
+  }
+  DelayedCall& call = *CallOf(number);
+  const DelayedCall cancelled = std::exchange(call, EmptyCall);
+  call.stamp = cancelled.stamp;  // the queue stays in order
+}
+
+void FrameUtilityImpl::Tick() {
+  assert(!isTicking && "Tick is not called while a tick is under way or the utility ends");
+  const ScopedMark ticking(&isTicking);
+  ApplyFrameEdge(*TotemAccess::Get());
+  reactors.React(TotemAccess::Get()->frameNumber.Read());
+  RunDelayedCalls();
 }
 
 // Serves at most the calls that wait at the start, so a call that schedules another cannot keep a
 // tick from ending.
 void FrameUtilityImpl::RunDelayedCalls() {
   const std::uint64_t now = timeProvider.Get()->Now();
-  for (std::size_t left = delayedCalls.size(); left > 0 && !delayedCalls.empty(); --left) {
-    DelayedCall& front = delayedCalls.front();
+  const std::uint64_t end = callsServed + delayedCalls.size();
+  while (callsServed < end) {
+    const DelayedCall& front = delayedCalls.front();
     if (now - front.stamp < front.delay) return;
-    front.callback(front.argument);
-    const FrameCallback served = std::move(front.callback);
-    delayedCalls.pop_front();
+    RunFront();
   }
+}
+
+// A callable stays where it is until it has returned: moved away it might change its address.
+void FrameUtilityImpl::RunFront() {
+  const DelayedCall& front = delayedCalls.front();
+  frontIsRunning = true;
+  frontIsCancelled = false;
+  try {
+    front.callback(front.argument);
+  } catch (...) {
+    frontIsRunning = false;
+    if (frontIsCancelled) PopFront();
+    throw;
+  }
+  frontIsRunning = false;
+  PopFront();
+}
+
+void FrameUtilityImpl::PopFront() {
+  const FrameCallback served = std::move(delayedCalls.front().callback);
+  delayedCalls.pop_front();
+  ++callsServed;
 }
 
 SFrameUtility* ManufactureFrameUtility() {

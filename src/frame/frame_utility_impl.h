@@ -6,40 +6,18 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <memory>
 #include <utility>
 
+#include "reactor_list.h"
+#include "reactor_memory.h"
+
 namespace Common {
 
-class FrameUtilityImpl;
-
-class FrameReactorImpl final : public IFrameReactor {
- public:
-  ~FrameReactorImpl() override;
-
-  void SetCallback(FrameCallback newCallback) override;
-
-  // Runs the callback if its interval has passed. An interval of 0 needs no clock.
-  void React(std::uint64_t frameNumber);
-
- private:
-  friend class FrameUtilityImpl;
-
-  FrameReactorImpl(FrameUtilityImpl* utility, std::uint64_t minimumInterval);
-
-  void Clear() override;
-
-  FrameCallback callback;
-  FrameUtilityImpl* const owner;
-  const std::uint64_t interval;
-  std::uint64_t lastFired = 0;
-  FrameReactorImpl* following = nullptr;  // the next one in the order of addresses
-};
-
 struct DelayedCall {
-  DelayedCall(std::uint64_t now, std::uint64_t wait, std::uint64_t value, FrameCallback function)
-      : stamp(now), delay(wait), argument(value), callback(std::move(function)) {}
+  DelayedCall(std::uint64_t stamp, std::uint64_t delay, std::uint64_t argument,
+              FrameCallback callback)
+      : stamp(stamp), delay(delay), argument(argument), callback(std::move(callback)) {}
 
   std::uint64_t stamp;  // when it was scheduled, which is also its id
   std::uint64_t delay;
@@ -54,26 +32,46 @@ class FrameUtilityImpl final : public SFrameUtility {
   FrameUtilityImpl();
   ~FrameUtilityImpl() override;
 
+  FrameUtilityImpl(const FrameUtilityImpl&) = delete;
+  FrameUtilityImpl& operator=(const FrameUtilityImpl&) = delete;
+
   Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) override;
   std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument,
                              std::uint64_t delay) override;
   void CancelCall(std::uint64_t id) override;
   void Tick() override;
 
-  void RemoveReactor(const FrameReactorImpl* reactor);
+  ReactorMemory& Memory() { return memory; }
+  ReactorList& Reactors() { return reactors; }
 
  private:
-  using Reactors = std::map<std::uintptr_t, FrameReactorImpl*>;
+  using Calls = std::deque<DelayedCall>;
 
-  void AddReactor(FrameReactorImpl* reactor);
-  FrameReactorImpl*& LinkTo(Reactors::iterator entry);
-  void RunReactors();
+  // From the first of them to behind the last. A call's number counts from the first call that was
+  // ever scheduled: a call moves up in the queue whenever one leaves, but keeps its number.
+  struct Numbers {
+    std::uint64_t first;
+    std::uint64_t end;
+  };
+
+  Numbers NumbersToSearch(std::uint64_t id);
+  Calls::iterator CallOf(std::uint64_t number);
+  std::uint64_t NumberOf(Calls::iterator call);
+  void Cancel(std::uint64_t number);
+
   void RunDelayedCalls();
+  void RunFront();
+  void PopFront();
 
-  Reactors reactors;  // not owning
+  ReactorMemory memory;
+  ReactorList reactors{&memory};
   std::shared_ptr<Vorn::Singleton<SMessageTotem, std::shared_ptr>> totem;
-  std::deque<DelayedCall> delayedCalls;
-  FrameReactorImpl* firstReactor = nullptr;
+  Calls delayedCalls;
+  std::uint64_t callsServed = 0;  // which is also the number of the front
+  bool stampsAscend = true;       // until one falls below the one before it
+  bool frontIsRunning = false;
+  bool frontIsCancelled = false;
+  bool isTicking = false;
 };
 
 }  // namespace Common

@@ -12,7 +12,7 @@
 namespace Common {
 namespace {
 
-constexpr std::string_view ReportFileName = "/profiler_data.csv";
+constexpr std::string_view ReportFileName = "profiler_data.csv";
 constexpr std::string_view AccumulatorTitle = "Profile for accumulator: ";
 constexpr std::string_view ColumnHeads = "Name\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]";
 
@@ -20,6 +20,8 @@ constexpr std::size_t ReportBufferSize = 4096;
 constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
 using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
+
+std::string DefaultPath() { return (UtResultFolder + '/').append(ReportFileName); }
 
 void PrintRecord(std::ostream& report, const std::string& accumulator,
                  const MeasureRecord& record) {
@@ -60,7 +62,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   }
 
   void WriteReport(const std::string& path) override {
-    const std::string chosen = path.empty() ? UtResultFolder + std::string(ReportFileName) : path;
+    const std::string chosen = path.empty() ? DefaultPath() : path;
     char buffer[ReportBufferSize];
     OutputFile file(Vorn::PathFromUtf8(chosen), OutputFile::Mode::ReplaceAtEnd, buffer);
     if (!file.IsOpen()) {

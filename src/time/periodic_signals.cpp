@@ -9,8 +9,8 @@ constexpr float FullTurn = 6.2831855F;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// Where the clock stands in the period, from 0.0 to 1.0. All in single precision from the division
-// on.
+// Where the clock stands in the period, from 0.0 to 1.0. Single precision begins with the two
+// operands of the division: it is what makes the phase of long periods move in steps.
 float ReadPhase(std::uint64_t period) {
   const std::uint64_t now = timeProvider.Get()->Now();
   if (period == 0) return 0.0F;
@@ -26,7 +26,7 @@ float ClampDuty(float duty) {
 
 class SinePeriodic final : public IPeriodic {
  public:
-  explicit SinePeriodic(std::uint64_t microseconds) : period(microseconds) {}
+  explicit SinePeriodic(std::uint64_t period) : period(period) {}
 
   float GetValue() override { return std::sin(ReadPhase(period) * FullTurn); }
 
@@ -36,7 +36,7 @@ class SinePeriodic final : public IPeriodic {
 
 class SquarePeriodic final : public IPeriodic {
  public:
-  SquarePeriodic(std::uint64_t microseconds, float share) : period(microseconds), duty(share) {}
+  SquarePeriodic(std::uint64_t period, float duty) : period(period), duty(duty) {}
 
   float GetValue() override { return ReadPhase(period) >= duty ? 0.0F : 1.0F; }
 
@@ -47,13 +47,13 @@ class SquarePeriodic final : public IPeriodic {
 
 class TrianglePeriodic final : public IPeriodic {
  public:
-  TrianglePeriodic(std::uint64_t microseconds, float share) : period(microseconds), duty(share) {}
+  TrianglePeriodic(std::uint64_t period, float duty) : period(period), duty(duty) {}
 
   float GetValue() override {
     const float phase = ReadPhase(period);
-    const bool rising =
-        duty >= phase && duty > 0.0F;  // without a rising side, phase 0.0 is the peak
-    return rising ? phase / duty : (1.0F - phase) / (1.0F - duty);
+    // With a duty of 0.0 there is no rising side: phase 0.0 is the peak, not 0.0 divided by 0.0.
+    const bool isRising = duty >= phase && duty > 0.0F;
+    return isRising ? phase / duty : (1.0F - phase) / (1.0F - duty);
   }
 
  private:
@@ -63,7 +63,7 @@ class TrianglePeriodic final : public IPeriodic {
 
 class RisingSawtoothPeriodic final : public IPeriodic {
  public:
-  explicit RisingSawtoothPeriodic(std::uint64_t microseconds) : period(microseconds) {}
+  explicit RisingSawtoothPeriodic(std::uint64_t period) : period(period) {}
 
   float GetValue() override { return ReadPhase(period); }
 
@@ -73,7 +73,7 @@ class RisingSawtoothPeriodic final : public IPeriodic {
 
 class FallingSawtoothPeriodic final : public IPeriodic {
  public:
-  explicit FallingSawtoothPeriodic(std::uint64_t microseconds) : period(microseconds) {}
+  explicit FallingSawtoothPeriodic(std::uint64_t period) : period(period) {}
 
   float GetValue() override { return 1.0F - ReadPhase(period); }
 

@@ -13,7 +13,8 @@ const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
 std::int32_t instanceCount = 0;
 
-// One state makes the modulus zero; its remainder is the dividend itself.
+// The numbers are a promise: hosts repeat a run by its seed. For the one state that makes the
+// modulus zero, the remainder is the dividend.
 std::uint64_t NextState(std::uint64_t state) {
   const std::uint64_t dividend = state * 121483647 + 551201;
   const std::uint64_t modulus = state * 995613 + 94553;
@@ -50,13 +51,18 @@ class SeedProviderImpl final : public SSeedProvider {
   void Advance(int steps) {
     for (; steps > 0; --steps) {
       value <<= BitsPerStep;
-      const std::uint64_t addend = seed == 0 ? timeProvider.Get()->Now() : seed = NextState(seed);
-      value ^= static_cast<std::uint64_t>(sign) * addend;
+      value ^= static_cast<std::uint64_t>(sign) * NextAddend();
       sign = -sign;
     }
   }
 
-  std::uint64_t seed = 0;  // 0 asks the clock
+  std::uint64_t NextAddend() {
+    if (seed == 0) return timeProvider.Get()->Now();
+    seed = NextState(seed);
+    return seed;
+  }
+
+  std::uint64_t seed = 0;  // 0: the numbers come from the clock
   std::uint64_t value = 0;
   std::int32_t sign = 1;
 };

@@ -1,10 +1,15 @@
 #include <common/application_error_exception.h>
 #include <common/time_provider.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cassert>
 #include <chrono>
 #include <iostream>
+#include <limits>
+#include <sstream>
 #include <thread>
-#include <vector>
 
 #include "periodic_signals.h"
 
@@ -12,6 +17,7 @@ namespace Common {
 namespace {
 
 constexpr std::chrono::microseconds SleepStep{1000};
+constexpr std::uint64_t LongestWait = std::numeric_limits<std::int64_t>::max();
 
 std::int32_t instanceCount = 0;
 
@@ -20,10 +26,40 @@ std::uint64_t ReadRawMicroseconds() {
   return static_cast<std::uint64_t>(reading.count()) / 1000;
 }
 
+// What is left at `now` of a `length` that began at `start`. The end less the reading counts as a
+// signed difference, so a wait may cross the wrap of the clock. A longer length than such a
+// difference holds would seem to have passed or not, from one reading to the next: it has passed.
+std::uint64_t TimeLeft(std::uint64_t start, std::uint64_t length, std::uint64_t now) {
+  if (length > LongestWait) return 0;
+  const std::uint64_t end = start + length;
+  const auto difference = static_cast<std::int64_t>(end - now);
+  return difference > 0 ? static_cast<std::uint64_t>(difference) : 0;
+}
+
+// A stream of its own keeps the host's settings of `std::cout` out of the text. The classic locale
+// is what `std::cout` has until a host gives it another, also where the global locale has changed.
+std::string FormatTimingLine(std::uint64_t microseconds) {
+  std::ostringstream line;
+  line.imbue(std::locale::classic());
+  line << microseconds << "us : " << static_cast<float>(microseconds) * 1e-6F << "s\n";
+  return line.str();
+}
+
+// Past the stream's formatting, where a width would pad the line, and past its sentry, which
+// flushes in a destructor, where an exception would end the process.
+void Print(const std::string& line) {
+  if (!std::cout.good()) return;
+  std::cout.rdbuf()->sputn(line.data(), static_cast<std::streamsize>(line.size()));
+  const bool isFlushedAlways = (std::cout.flags() & std::ios::unitbuf) != 0;
+  if (isFlushedAlways) std::cout.rdbuf()->pubsync();
+}
+
 }  // namespace
 
 class TimeProviderImpl final : public STimeProvider {
  public:
+  ~TimeProviderImpl() override;
+
   void Calibrate();
 
   void SetOrigin(std::uint64_t rawMicroseconds) override { origin = rawMicroseconds; }
@@ -34,21 +70,29 @@ class TimeProviderImpl final : public STimeProvider {
   Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period,
                                               float duty) override;
 
+  void AddFiller() { fillersAlive.fetch_add(1, std::memory_order_relaxed); }
+  void RemoveFiller() { fillersAlive.fetch_sub(1, std::memory_order_relaxed); }
+
  private:
   std::uint64_t origin = 0;
-  std::uint64_t sleepThreshold = 0;  // a wait may sleep only while more than this remains
+  std::uint64_t sleepThreshold = 0;            // a wait may sleep only while more than this remains
+  std::atomic<std::int64_t> fillersAlive = 0;  // fillers end on any thread
 };
 
 namespace {
 
 class ScopedTimeFiller : public Vorn::IScoped {
  public:
-  ScopedTimeFiller(TimeProviderImpl* maker, std::uint64_t microseconds)
-      : startTime(maker->Now()), duration(microseconds), provider(maker) {}
+  ScopedTimeFiller(std::uint64_t duration, TimeProviderImpl* provider)
+      : startTime(provider->Now()), duration(duration), provider(provider) {
+    provider->AddFiller();
+  }
 
+  // Where SetOrigin has set the clock back, more than the duration seems to be left of it.
   ~ScopedTimeFiller() override {
-    const std::uint64_t elapsed = provider->Now() - startTime;
-    if (elapsed < duration) provider->Wait(duration - elapsed);
+    const std::uint64_t left = TimeLeft(startTime, duration, provider->Now());
+    provider->Wait(std::min(left, duration));
+    provider->RemoveFiller();
   }
 
  private:
@@ -57,7 +101,19 @@ class ScopedTimeFiller : public Vorn::IScoped {
   TimeProviderImpl* const provider;
 };
 
+// How long a filler takes that is released at once. Each step asks the storage anew.
+std::uint64_t FillScope(std::uint64_t microseconds) {
+  const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+  const std::uint64_t before = timeProvider.Get()->Now();
+  { const auto filler = timeProvider.Get()->MakeTimeFiller(microseconds); }
+  return timeProvider.Get()->Now() - before;
+}
+
 }  // namespace
+
+TimeProviderImpl::~TimeProviderImpl() {
+  assert(fillersAlive == 0 && "a time filler outlives its clock");
+}
 
 // Sets the zero of the clock, then measures what a sleep of one step really takes on this machine.
 void TimeProviderImpl::Calibrate() {
@@ -68,27 +124,24 @@ void TimeProviderImpl::Calibrate() {
 }
 
 void TimeProviderImpl::Wait(std::uint64_t microseconds) {
-  const std::uint64_t target = Now() + microseconds;
+  const std::uint64_t start = Now();
   for (;;) {
-    const std::uint64_t now = Now();
-    if (target <= now) return;
+    const std::uint64_t left = TimeLeft(start, microseconds, Now());
+    if (left == 0) return;
     std::this_thread::yield();
-    if (target - now > sleepThreshold) std::this_thread::sleep_for(SleepStep);
+    if (left > sleepThreshold) std::this_thread::sleep_for(SleepStep);
   }
 }
 
 Vorn::IntrudablePtr<Vorn::IScoped> TimeProviderImpl::MakeTimeFiller(std::uint64_t microseconds) {
-  return Vorn::IntrudablePtr<Vorn::IScoped>(new ScopedTimeFiller(this, microseconds));
+  return Vorn::IntrudablePtr<Vorn::IScoped>(new ScopedTimeFiller(microseconds, this));
 }
 
 void TimeProviderImpl::RunTimingCheck() {
-  const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
-  static const std::vector<std::int32_t> fillMilliseconds{1000, 500, 250, 125, 75, 30};
+  constexpr std::array<std::int32_t, 6> fillMilliseconds{1000, 500, 250, 125, 75, 30};
   for (const std::int32_t milliseconds : fillMilliseconds) {
-    const std::uint64_t before = timeProvider.Get()->Now();
-    timeProvider.Get()->MakeTimeFiller(static_cast<std::uint64_t>(milliseconds) * 1000);
-    const std::uint64_t elapsed = timeProvider.Get()->Now() - before;
-    std::cout << elapsed << "us : " << static_cast<float>(elapsed) * 1e-6F << "s\n";
+    const std::uint64_t elapsed = FillScope(static_cast<std::uint64_t>(milliseconds) * 1000);
+    Print(FormatTimingLine(elapsed));
   }
 }
 

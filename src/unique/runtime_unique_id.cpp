@@ -3,28 +3,40 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <cassert>
 #include <vector>
 
 namespace Common::Unique {
 namespace {
 
 constexpr std::size_t CountersAtStart = 10'000;
-constexpr std::string_view DefaultObjectName = "/object";
-
-const std::string IdPrefix = "/$";
-const std::string IdSuffix = "#";
+constexpr std::string_view IdPrefix = "/$";
+constexpr std::string_view IdSuffix = "#";
+constexpr std::string_view DefaultObjectName = "/object";  // a given name gets no "/" of its own
 
 std::int32_t instanceCount = 0;
 
 struct ScopedOverride : IScopedIdOverride {
-  ScopedOverride(std::vector<std::int64_t>* stack, std::int64_t value) : counters(stack) {
+  ScopedOverride(std::vector<std::int64_t>* counters, std::int64_t value)
+      : counters(counters), countersBelow(counters->size()) {
     counters->push_back(value);
   }
 
-  ~ScopedOverride() override { counters->pop_back(); }
+  ~ScopedOverride() override {
+    assert(counters->size() == countersBelow + 1 &&
+           "id overrides end in the reverse order of their making");
+    counters->pop_back();
+  }
 
   std::vector<std::int64_t>* const counters;
+  const std::size_t countersBelow;  // only for the check of the order
 };
+
+// Beyond the largest id comes the smallest.
+std::int64_t IdAfter(std::int64_t id) {
+  const auto bits = static_cast<std::uint64_t>(id);
+  return static_cast<std::int64_t>(bits + 1);
+}
 
 std::string_view WithoutLeadingPrefixes(std::string_view name) {
   while (name.starts_with(IdPrefix)) {
@@ -39,10 +51,14 @@ std::string_view WithoutLeadingPrefixes(std::string_view name) {
 
 class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
  public:
-  // Beyond the largest id the counter goes on with the smallest.
+  ~RuntimeUniqueIdImpl() override {
+    assert(counters.size() == CountersAtStart && "an id override ends before its service");
+  }
+
   std::int64_t NextId() override {
-    return counters.back() =
-               static_cast<std::int64_t>(static_cast<std::uint64_t>(counters.back()) + 1);
+    std::int64_t& lastId = counters.back();
+    lastId = IdAfter(lastId);
+    return lastId;
   }
 
   std::string NextIdString() override { return PrefixText({}); }
@@ -72,13 +88,13 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
     return prefixed;
   }
 
-  std::vector<std::int64_t> counters =
-      std::vector<std::int64_t>(CountersAtStart);  // the last one is live
+  // A stack: the last one is live.
+  std::vector<std::int64_t> counters = std::vector<std::int64_t>(CountersAtStart);
 };
 
 SRuntimeUniqueId* Manufacture() {
-  if (++instanceCount > 1)
-    throw ApplicationErrorException("Multiple instances of SRuntimeUniqueId!");
+  ++instanceCount;
+  if (instanceCount > 1) throw ApplicationErrorException("Multiple instances of SRuntimeUniqueId!");
   return new RuntimeUniqueIdImpl;
 }
 

@@ -33,4 +33,9 @@ std::string ToUtf8(const std::string& nativeText) { return nativeText; }
 
 #endif
 
+bool HoldsNul(const std::filesystem::path& path) {
+  return path.native().find(std::filesystem::path::value_type()) !=
+         std::filesystem::path::string_type::npos;
+}
+
 }  // namespace Vorn::Detail

@@ -9,4 +9,8 @@ namespace Vorn::Detail {
 std::filesystem::path::string_type ToNativeText(const std::string& text);
 std::string ToUtf8(const std::filesystem::path::string_type& nativeText);
 
+// The system's operations take a name up to its first NUL, so with one in it they would act on
+// another file.
+bool HoldsNul(const std::filesystem::path& path);
+
 }  // namespace Vorn::Detail

@@ -42,9 +42,10 @@ const std::filesystem::path& SharedPath::Path() const {
 }
 
 bool SharedPath::Exists() const {
+  if (Detail::HoldsNul(Path())) return false;  // nothing can stand there
   std::error_code failure;
   const bool exists = std::filesystem::exists(Path(), failure);
-  if (failure == std::errc::filename_too_long) return false;  // nothing can stand there
+  if (failure == std::errc::filename_too_long) return false;  // nor there
   if (failure) throw std::filesystem::filesystem_error("exists", Path(), failure);
   return exists;
 }

@@ -66,8 +66,8 @@ class SettingsReader {
     if (value.has_value() && *value >= lowest && *value <= highest) return *value;
     if (value != fallback) {
       WarnOnce(key, store.GetString(key, {}),
-               "a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest),
-               std::to_string(fallback));
+               "a whole number from " + FormatNumber(lowest) + " to " + FormatNumber(highest),
+               FormatNumber(fallback));
     }
     return fallback;
   }
@@ -143,7 +143,8 @@ class SettingsReader {
     if (warned != warnedTexts.end() && warned->second == text) return;
     log.LogWarning("Setting '" + key + "' is '" + text + "', not " + wanted + "; using " + used +
                    ".");
-    warnedTexts.insert_or_assign(key, text);
+    warnedTexts.erase(key);
+    warnedTexts.emplace(key, text);
   }
 
   static std::string ListOf(const std::vector<std::string>& choices) {
@@ -214,17 +215,23 @@ class SettingsReader {
   }
 
   static std::string FormatFloat(double value) {
-    std::string text;
     using Limits = std::numeric_limits<double>;
+    std::string text;
     for (int digits = Limits::digits10; digits <= Limits::max_digits10; ++digits) {
-      std::ostringstream stream;
-      stream.imbue(std::locale::classic());
-      stream.precision(digits);
-      stream << value;
-      text = stream.str();
+      text = FormatNumber(value, digits);
       if (ParseFloat(text) == value) break;
     }
     return text;
+  }
+
+  template <class Number>
+  static std::string FormatNumber(Number value,
+                                  int digits = std::numeric_limits<Number>::digits10) {
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    stream.precision(digits);
+    stream << value;
+    return stream.str();
   }
 
   Config::SConfigFile& store;

@@ -17,17 +17,17 @@
 
 #include <algorithm>
 #include <cassert>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <locale>
+#include <map>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -68,7 +68,7 @@ struct StandInClock : STimeProvider {
       const std::uint64_t before = Now();
       MakeTimeFiller(milliseconds * 1000) = nullptr;
       const std::uint64_t elapsed = Now() - before;
-      std::ostringstream line;
+      std::ostringstream line;  // whatever format the host has set for the console
       line << elapsed << "us : " << static_cast<float>(elapsed) * 1e-6F << "s\n";
       std::cout << line.str();
     }
@@ -287,18 +287,17 @@ struct StandInSettings : Config::SConfigFile {
 
   /// Sets the value of `key` to the decimal text of `value`.
   void SetInt(const std::string& key, std::int32_t value) override {
-    SetString(key, std::to_string(value));
+    SetString(key, NumberText(value));
   }
 
   /// As the service: a missing key is added with the default; a text that is no number stays.
   std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) override {
-    const std::string text = GetString(key, std::to_string(defaultValue));
-    const bool hasPlus = text.size() > 1 && text[0] == '+' && text[1] != '-';
-    const char* const first = text.data() + (hasPlus ? 1 : 0);
-    const char* const last = text.data() + text.size();
+    std::istringstream text(GetString(key, NumberText(defaultValue)));
+    text.imbue(std::locale::classic());
     std::int32_t value = 0;
-    const auto [end, error] = std::from_chars(first, last, value);
-    return error == std::errc() && end == last ? value : defaultValue;
+    text >> std::noskipws >> value;
+    const bool isNumber = !text.fail() && text.peek() == std::istringstream::traits_type::eof();
+    return isNumber ? value : defaultValue;
   }
 
   Config::ConfigEntries entries;                       ///< the settings
@@ -306,9 +305,13 @@ struct StandInSettings : Config::SConfigFile {
   std::string filePath = "content/config/config.txt";  ///< what Save writes
 
  private:
-  static constexpr std::string_view KeyBytes =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_/\\";
-  static constexpr std::string_view WhiteSpace = " \t\n\v\f\r";
+  template <class Number>
+  static std::string NumberText(Number number) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << number;
+    return text.str();
+  }
 
   // Takes off what `text` opens with of `bytes`, and returns it.
   static std::string_view TakeAll(std::string_view& text, std::string_view bytes) {
@@ -318,6 +321,9 @@ struct StandInSettings : Config::SConfigFile {
   }
 
   static bool ParseLine(std::string_view line, Config::ConfigEntries& parsed) {
+    constexpr std::string_view KeyBytes =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_/\\";
+    constexpr std::string_view WhiteSpace = " \t\n\v\f\r";
     line = line.substr(0, line.find('\0'));
     const std::string_view key = TakeAll(line, KeyBytes);
     TakeAll(line, WhiteSpace);
@@ -331,8 +337,8 @@ struct StandInSettings : Config::SConfigFile {
   static void ReportBadLine(const std::string& name, std::uint64_t lineNumber,
                             std::string_view line) {
     Vorn::Singleton<Log::SMessageLog, std::shared_ptr>::Get()->LogError(
-        "Syntax error reading configuration file: " + name +
-        " at line: " + std::to_string(lineNumber) + " content: " + std::string(line) + ".");
+        "Syntax error reading configuration file: " + name + " at line: " + NumberText(lineNumber) +
+        " content: " + std::string(line) + ".");
   }
 };
 

@@ -21,10 +21,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <map>
+#include <memory>
 #include <new>
 #include <ostream>
 #include <string>
@@ -39,7 +39,7 @@ class TracedMeasurement;
 /// A ring of the measurements that ended last, for one thread; each thread has its own, as it has
 /// its own profiler. TracedMeasurement fills it.
 ///
-/// All memory for the measurements is taken at the start, 16 bytes each. A name takes memory when
+/// All memory for the measurements is taken at the start, 24 bytes each. A name takes memory when
 /// its record is first measured, as the record itself does; nothing else allocates while measuring.
 /// Where there is no memory for a name, the ring goes without that measurement.
 ///
@@ -90,12 +90,14 @@ class Trace {
   void WriteJson(std::ostream& out) const { WriteJson(out, {this}); }
 
   /// Writes several rings into one file, each as a thread of its own, in the order of `traces`.
-  /// Otherwise as the other WriteJson. REQUIRES: no ring is filled at the same time.
+  /// Otherwise as the other WriteJson. REQUIRES: no pointer is null,
+  /// and no ring is filled at the same time.
   static void WriteJson(std::ostream& out, const std::vector<const Trace*>& traces) {
     Write(out, "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[");
     std::string separator = "\n";
     for (std::size_t index = 0; index < traces.size(); ++index) {
-      traces[index]->WriteEvents(out, std::to_string(index + 1), separator);
+      assert(traces[index] != nullptr && "a trace that is not there");
+      traces[index]->WriteEvents(out, NumberText(index + 1), separator);
     }
     Write(out, "\n]}\n");
   }
@@ -103,12 +105,13 @@ class Trace {
  private:
   friend class TracedMeasurement;
 
-  // The name of a measurement that goes unkept.
-  static constexpr std::uint32_t NoName = ~std::uint32_t{0};
+  // An enumerator, since a constant of the class would be one for the process and keep a plugin
+  // loaded.
+  enum : std::uint32_t { NoName = ~std::uint32_t{0} };  // of a measurement that goes unkept
 
   struct Measurement {
     std::uint64_t started = 0;
-    std::uint32_t duration = 0;
+    std::uint64_t duration = 0;
     std::uint32_t name = 0;
   };
 
@@ -120,14 +123,16 @@ class Trace {
   };
 
   struct Name {
+    bool IsOf(const Accumulator& other, const std::string& wanted) const {
+      return accumulator == &other && record == wanted;
+    }
     std::string Text() const { return accumulator->name + "/" + record; }
 
     const Accumulator* accumulator;
     std::string record;
   };
 
-  // The accumulators that were measured last, found by the address of their records.
-  static constexpr std::size_t RecentCount = 64;
+  enum : std::size_t { RecentCount = 64 };
 
   static std::size_t PlaceAmongRecent(const std::vector<MeasureRecord>* records) {
     constexpr std::uint64_t SpreadingFactor = 0x9E37'79B9'7F4A'7C15;
@@ -144,9 +149,13 @@ class Trace {
 
   Accumulator* FindOrMakeAccumulator(const std::string& name) noexcept {
     try {
-      Accumulator& accumulator = accumulators[name];
-      accumulator.name = name;
-      return &accumulator;
+      for (const std::unique_ptr<Accumulator>& accumulator : accumulators) {
+        if (accumulator->name == name) return accumulator.get();
+      }
+      auto made = std::make_unique<Accumulator>();
+      made->name = name;
+      accumulators.push_back(std::move(made));
+      return accumulators.back().get();
     } catch (const std::bad_alloc&) {
       return nullptr;
     }
@@ -157,7 +166,8 @@ class Trace {
     const std::string& record = (*handle.records)[handle.position].name;
     if (handle.position < accumulator->namesByPosition.size()) {
       const std::uint32_t known = accumulator->namesByPosition[handle.position];
-      if (known != NoName && names[known].record == record) return known;
+      // The first record bears the accumulator's name, which was compared already.
+      if (known != NoName && (handle.position == 0 || names[known].record == record)) return known;
     }
     return FindOrMakeName(*accumulator, record, handle.position);
   }
@@ -167,12 +177,9 @@ class Trace {
     try {
       std::vector<std::uint32_t>& byPosition = accumulator.namesByPosition;
       if (position >= byPosition.size()) byPosition.resize(position + 1, NoName);
-      const auto isWanted = [&](const Name& name) {
-        return name.accumulator == &accumulator && name.record == record;
-      };
-      const auto found = std::find_if(names.begin(), names.end(), isWanted);
-      const auto index = static_cast<std::uint32_t>(found - names.begin());
-      if (found == names.end()) names.push_back({&accumulator, record});
+      std::uint32_t index = 0;
+      while (index < names.size() && !names[index].IsOf(accumulator, record)) ++index;
+      if (index == names.size()) names.push_back({&accumulator, record});
       byPosition[position] = index;
       return index;
     } catch (const std::bad_alloc&) {
@@ -181,9 +188,8 @@ class Trace {
   }
 
   void Keep(std::uint32_t name, std::uint64_t started, std::uint64_t duration) noexcept {
-    constexpr std::uint64_t Longest = ~std::uint32_t{0};
     if (name == NoName || ring.empty()) return;
-    ring[next] = {started, static_cast<std::uint32_t>(std::min(duration, Longest)), name};
+    ring[next] = {started, duration, name};
     if (++next == ring.size()) {
       next = 0;
       isFull = true;
@@ -199,7 +205,7 @@ class Trace {
   }
 
   static Line MakeLine(std::string name, std::vector<std::uint64_t>& durations) {
-    std::sort(durations.begin(), durations.end());
+    std::sort(durations.data(), durations.data() + durations.size());
     const std::size_t count = durations.size();
     const auto atPercent = [&](std::size_t percent) {
       return durations[(count * percent + 99) / 100 - 1];
@@ -221,8 +227,8 @@ class Trace {
                          ",\"cat\":" + Quote(name.accumulator->name) + ",\"ph\":\"X\",\"ts\":");
     }
     ForEach([&](const Measurement& measured) {
-      Write(out, separator + openings[measured.name] + std::to_string(measured.started) +
-                     ",\"dur\":" + std::to_string(measured.duration) + place);
+      Write(out, separator + openings[measured.name] + NumberText(measured.started) +
+                     ",\"dur\":" + NumberText(measured.duration) + place);
       separator = ",\n";
     });
   }
@@ -231,21 +237,31 @@ class Trace {
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
   }
 
+  // std::to_string would keep a plugin loaded, by a table that is one for the process.
+  static std::string NumberText(std::uint64_t number) {
+    std::string digits;
+    do {
+      digits.insert(digits.begin(), static_cast<char>('0' + number % 10));
+      number /= 10;
+    } while (number != 0);
+    return digits;
+  }
+
   // `text` as a JSON string.
   static std::string Quote(std::string_view text) {
     std::string quoted = "\"";
     while (!text.empty()) {
-      const std::size_t length = std::max<std::size_t>(LengthOfCharacter(text), 1);
-      const std::string_view character = text.substr(0, length);
-      if (LengthOfCharacter(text) == 0) {
+      const std::size_t length = LengthOfCharacter(text);
+      const char first = text.front();
+      if (length == 0) {
         quoted += "\\ufffd";
-      } else if (static_cast<unsigned char>(character.front()) < 0x20) {
-        quoted += EscapeOf(character.front());
+      } else if (static_cast<unsigned char>(first) < 0x20) {
+        quoted += EscapeOf(first);
       } else {
-        if (character == "\"" || character == "\\") quoted += '\\';
-        quoted += character;
+        if (first == '"' || first == '\\') quoted += '\\';
+        quoted.append(text.data(), length);
       }
-      text.remove_prefix(length);
+      text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return quoted + "\"";
   }
@@ -258,44 +274,29 @@ class Trace {
 
   // How many bytes the UTF-8 character takes that `text` opens with; 0 if it opens with none.
   static std::size_t LengthOfCharacter(std::string_view text) {
-    // The second byte of a character has narrower bounds where the first leaves room for what is
-    // too long, a surrogate, or beyond the last code point.
-    struct Form {
-      unsigned char firstLowest, firstHighest, secondLowest, secondHighest;
-      std::size_t length;
-    };
-    static constexpr std::array<Form, 8> Forms{{{0xC2, 0xDF, 0x80, 0xBF, 2},
-                                                {0xE0, 0xE0, 0xA0, 0xBF, 3},
-                                                {0xE1, 0xEC, 0x80, 0xBF, 3},
-                                                {0xED, 0xED, 0x80, 0x9F, 3},
-                                                {0xEE, 0xEF, 0x80, 0xBF, 3},
-                                                {0xF0, 0xF0, 0x90, 0xBF, 4},
-                                                {0xF1, 0xF3, 0x80, 0xBF, 4},
-                                                {0xF4, 0xF4, 0x80, 0x8F, 4}}};
-    const auto byteAt = [text](std::size_t index) {
+    const auto byteAt = [text](std::size_t index) -> std::uint32_t {
       return static_cast<unsigned char>(text[index]);
     };
-    const auto isWithin = [](unsigned char byte, unsigned char lowest, unsigned char highest) {
-      return byte >= lowest && byte <= highest;
-    };
     if (byteAt(0) < 0x80) return 1;
-    for (const Form& form : Forms) {
-      if (!isWithin(byteAt(0), form.firstLowest, form.firstHighest)) continue;
-      if (text.size() < form.length) return 0;
-      if (!isWithin(byteAt(1), form.secondLowest, form.secondHighest)) return 0;
-      for (std::size_t index = 2; index < form.length; ++index) {
-        if (!isWithin(byteAt(index), 0x80, 0xBF)) return 0;
-      }
-      return form.length;
+    if (byteAt(0) < 0xC2 || byteAt(0) > 0xF4) return 0;
+    const std::size_t length = byteAt(0) < 0xE0 ? 2 : (byteAt(0) < 0xF0 ? 3 : 4);
+    if (text.size() < length) return 0;
+    std::uint32_t codePoint = byteAt(0) & (0xFFU >> (length + 1));
+    for (std::size_t index = 1; index < length; ++index) {
+      if ((byteAt(index) & 0xC0) != 0x80) return 0;
+      codePoint = (codePoint << 6) | (byteAt(index) & 0x3F);
     }
-    return 0;
+    const std::uint32_t lowest = length == 2 ? 0x80 : (length == 3 ? 0x800 : 0x10000);
+    const bool isSurrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+    return codePoint < lowest || codePoint > 0x10FFFF || isSurrogate ? 0 : length;
   }
 
   std::vector<Measurement> ring;
   std::size_t next = 0;  // where the next measurement goes
   bool isFull = false;
-  std::map<std::string, Accumulator> accumulators;
-  std::deque<Name> names;
+  std::vector<std::unique_ptr<Accumulator>> accumulators;
+  std::vector<Name> names;
+  // The accumulators that were measured last, by the address of their records.
   std::array<Accumulator*, RecentCount> recentAccumulators{};
   std::string threadName;
 };

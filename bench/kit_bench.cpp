@@ -1,0 +1,182 @@
+// The kit: timers beside those of event loops, and what a trace adds to a measurement.
+#include <common/kit/timers.h>
+#include <common/kit/trace.h>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <uv.h>
+
+#include <deque>
+#include <random>
+
+#include "bench.h"
+
+namespace Common::Bench {
+namespace {
+
+using Kit::Timers;
+using Kit::Trace;
+using Kit::TracedMeasurement;
+
+constexpr std::size_t WaitingCount = 100'000;
+constexpr std::uint64_t FarMicroseconds = 3'600'000'000;
+
+// ---- Timers. Each kind keeps `WaitingCount` timers waiting, an hour and more ahead in random
+// order. `Arm` makes one, `Disarm` cancels it; `ServeSoon` makes one that is due at once and serves
+// it.
+
+std::uint64_t FarDelay() {
+  static std::minstd_rand random(7);
+  return FarMicroseconds + random();
+}
+
+class OurTimers {
+ public:
+  explicit OurTimers(SFrameUtility* frames) : frames(frames), timers(*frames) {}
+
+  void Arm(std::size_t index) {
+    ids[index] = timers.After(FarDelay(), [this] { ++served; });
+  }
+  void Disarm(std::size_t index) { timers.Cancel(ids[index]); }
+  void ServeSoon(std::size_t index) {
+    ids[index] = timers.After(0, [this] { ++served; });
+    frames->Tick();
+  }
+
+ private:
+  SFrameUtility* const frames;
+  std::uint64_t served = 0;
+  Timers timers;
+  std::vector<Timers::Id> ids = std::vector<Timers::Id>(WaitingCount);
+};
+
+// The timers are there beforehand: a host would keep them.
+class AsioWaits {
+ public:
+  AsioWaits() {
+    for (std::size_t index = 0; index < WaitingCount; ++index) timers.emplace_back(context);
+  }
+
+  void Arm(std::size_t index) { Start(index, std::chrono::microseconds(FarDelay())); }
+  void Disarm(std::size_t index) {
+    constexpr std::size_t CancelledWaitsKept = 1'000;
+    timers[index].cancel();
+    if (++disarmed % CancelledWaitsKept == 0) context.poll();  // hands the cancelled waits out
+  }
+  void ServeSoon(std::size_t index) {
+    Start(index, std::chrono::microseconds(0));
+    context.poll();
+  }
+
+ private:
+  void Start(std::size_t index, std::chrono::microseconds delay) {
+    timers[index].expires_after(delay);
+    timers[index].async_wait([this](const boost::system::error_code& error) {
+      if (!error) ++served;
+    });
+  }
+
+  std::uint64_t served = 0;
+  std::size_t disarmed = 0;
+  boost::asio::io_context context{BOOST_ASIO_CONCURRENCY_HINT_UNSAFE};
+  std::deque<boost::asio::steady_timer> timers;
+};
+
+class UvWaits {
+ public:
+  UvWaits() {
+    uv_loop_init(&loop);
+    for (uv_timer_t& timer : timers) {
+      uv_timer_init(&loop, &timer);
+      timer.data = &served;
+    }
+  }
+  ~UvWaits() {
+    for (uv_timer_t& timer : timers) uv_close(reinterpret_cast<uv_handle_t*>(&timer), nullptr);
+    uv_run(&loop, UV_RUN_DEFAULT);
+    uv_loop_close(&loop);
+  }
+
+  UvWaits(const UvWaits&) = delete;
+  UvWaits& operator=(const UvWaits&) = delete;
+
+  void Arm(std::size_t index) { uv_timer_start(&timers[index], Count, FarDelay() / 1000, 0); }
+  void Disarm(std::size_t index) { uv_timer_stop(&timers[index]); }
+  void ServeSoon(std::size_t index) {
+    uv_timer_start(&timers[index], Count, 0, 0);
+    uv_run(&loop, UV_RUN_NOWAIT);
+  }
+
+ private:
+  static void Count(uv_timer_t* fired) { ++*static_cast<std::uint64_t*>(fired->data); }
+
+  std::uint64_t served = 0;
+  uv_loop_t loop{};
+  std::vector<uv_timer_t> timers = std::vector<uv_timer_t>(WaitingCount);
+};
+
+template <class Waits>
+void ArmAll(Waits& waits) {
+  for (std::size_t index = 0; index < WaitingCount; ++index) waits.Arm(index);
+}
+
+// Cancels timers that lie all over the heap, and makes each anew.
+template <class Waits>
+void CancelAndMake(benchmark::State& state, Waits&& waits) {
+  constexpr std::size_t Stride = 7919;
+  ArmAll(waits);
+  std::size_t index = 0;
+  for (auto _ : state) {
+    waits.Disarm(index);
+    waits.Arm(index);
+    index = (index + Stride) % WaitingCount;
+  }
+}
+
+// One timer comes due among all that wait, and one turn of the loop serves it: a tick, or a look at
+// the system's events too.
+template <class Waits>
+void Serve(benchmark::State& state, Waits&& waits) {
+  ArmAll(waits);
+  waits.Disarm(0);
+  for (auto _ : state) waits.ServeSoon(0);
+}
+
+template <class MakeWaits>
+void RegisterWaits(const std::string& who, MakeWaits makeWaits) {
+  benchmark::RegisterBenchmark(
+      Name("timer_cancel_and_make", WaitingCount, who).c_str(),
+      [=](benchmark::State& state) { CancelAndMake(state, *makeWaits()); });
+  benchmark::RegisterBenchmark(Name("timer_serve", WaitingCount, who).c_str(),
+                               [=](benchmark::State& state) { Serve(state, *makeWaits()); });
+}
+
+// ---- The trace.
+
+const std::string FrameName = "traced_frame";
+const std::string SimulationName = "simulation";
+
+// One measurement of two records, with the trace and without.
+void RegisterTrace(SPerformanceProfiler* profiler) {
+  const auto trace = std::make_shared<Trace>(10'000);
+  RegisterJob("traced_records/2/ours", [=] {
+    TracedMeasurement measurement(profiler->OpenAccumulator(FrameName), *trace);
+    measurement.GoOnTo(SimulationName);
+  });
+  RegisterJob("traced_records/2/untraced", [=] {
+    ScopedMeasurement measurement(profiler->OpenAccumulator(FrameName));
+    measurement.GoOnTo(SimulationName);
+  });
+}
+
+}  // namespace
+
+void RegisterKit(const Plan& plan) {
+  SFrameUtility* const frames = plan.services.frames.get();
+  RegisterWaits("ours", [=] { return std::make_unique<OurTimers>(frames); });
+  RegisterWaits("asio", [] { return std::make_unique<AsioWaits>(); });
+  RegisterWaits("libuv", [] { return std::make_unique<UvWaits>(); });
+  RegisterTrace(plan.services.profiler.get());
+}
+
+}  // namespace Common::Bench

@@ -1,0 +1,257 @@
+#include <common/kit/settings_reader.h>
+#include <common/kit/timer_resolution.h>
+#include <common/kit/trace.h>
+
+#include <iomanip>
+
+#include "support.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+namespace Common::Test {
+namespace {
+
+using Kit::StandInLog;
+using Kit::StandInSettings;
+using Kit::Trace;
+using Kit::TracedMeasurement;
+
+// ---- Trace.
+
+struct KitTrace : testing::Test {
+  // Measures one record that seems to have started `seconds` ago.
+  void Measure(const std::string& name, std::uint64_t seconds) {
+    const AccumulatorHandle handle = profiler->OpenAccumulator(name);
+    const TracedMeasurement measurement(handle, trace);
+    handle.records->front().started -= seconds * 1'000'000;
+  }
+
+  std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
+  Trace trace{100, "main"};
+};
+
+TEST_F(KitTrace, SummarizesWhatTheRingHolds) {
+  for (std::uint64_t seconds = 200; seconds > 0; --seconds) Measure("a", seconds);
+  ASSERT_EQ(trace.Summarize().size(), 1U);
+  const Trace::Line line = trace.Summarize().front();
+  EXPECT_EQ(line.name, "a/a");
+  EXPECT_EQ(line.count, 100U);
+  EXPECT_EQ(line.minimum / 1'000'000, 1U);
+  EXPECT_EQ(line.median / 1'000'000, 50U);
+  EXPECT_EQ(line.percentile99 / 1'000'000, 99U);
+  EXPECT_EQ(line.maximum / 1'000'000, 100U);
+}
+
+TEST_F(KitTrace, NamesRecordsInTheOrderOfFirstUseAndAddsUpToTheProfiler) {
+  {
+    TracedMeasurement outer(profiler->OpenAccumulator("z"), trace);
+    TracedMeasurement(profiler->OpenAccumulator("a"), trace).GoOnTo("b");
+    outer.GoOnTo("y");
+    outer.GoOnTo("y");
+  }
+  std::vector<std::string> names;
+  for (const Trace::Line& line : trace.Summarize()) names.push_back(line.name);
+  EXPECT_EQ(names, (std::vector<std::string>{"z/z", "a/a", "a/b", "z/y"}));
+  EXPECT_EQ(trace.Summarize().back().count, 2U);
+}
+
+TEST_F(KitTrace, HoldsTheTimesOfTheProfiler) {
+  const std::vector<MeasureRecord>& records = *profiler->OpenAccumulator("a").records;
+  Measure("a", 3);
+  EXPECT_EQ(trace.Summarize().front().maximum, records[0].totalTime);
+}
+
+TEST_F(KitTrace, LeavesOutWhatSomebodyElseStopped) {
+  {
+    const TracedMeasurement measurement(profiler->OpenAccumulator("a"), trace);
+    profiler->OpenAccumulator("a").Stop();
+  }
+  EXPECT_TRUE(trace.Summarize().empty());
+}
+
+TEST_F(KitTrace, TellsRecordsApartThatShareAnAddressOneAfterTheOther) {
+  Measure("a", 1);
+  profiler->WriteReportAndClear("report.csv");
+  Measure("b", 1);
+  ASSERT_EQ(trace.Summarize().size(), 2U);
+  EXPECT_EQ(trace.Summarize().back().name, "b/b");
+}
+
+TEST_F(KitTrace, WritesEachRingAsAThreadWhateverNamesHoldAndTheStreamDoes) {
+  Measure("\"\\\n\xFF\u00E4\xED\xA0\x80", 1);
+  Trace second(1, "worker");
+  TracedMeasurement(profiler->OpenAccumulator("a"), second).GoOnTo("b");
+  GroupDigits();
+  std::ostringstream out;
+  out << std::hex << std::setw(40);
+  Trace::WriteJson(out, {&trace, &second});
+  const std::string name = R"(\"\\\u000a\ufffd)"
+                           "\u00E4"
+                           R"(\ufffd\ufffd\ufffd)";
+  const std::string json =
+      std::regex_replace(out.str(), std::regex(":\\d+,\"(dur|pid)"), ":#,\"$1");
+  EXPECT_EQ(json, R"({"displayTimeUnit":"ms","traceEvents":[
+{"name":"thread_name","ph":"M","args":{"name":"main"},"pid":1,"tid":1},
+{"name":")" + name + "/" +
+                      name + R"(","cat":")" + name + R"(","ph":"X","ts":#,"dur":#,"pid":1,"tid":1},
+{"name":"thread_name","ph":"M","args":{"name":"worker"},"pid":1,"tid":2},
+{"name":"a/b","cat":"a","ph":"X","ts":#,"dur":#,"pid":1,"tid":2}
+]}
+)");
+}
+
+// ---- Settings.
+
+struct KitSettings : testing::Test {
+  // What a reader makes of the text, in the order of int, float, switch, choice; fallbacks are 7,
+  // 0.5, on and "high".
+  std::string Read(const std::string& text) {
+    settings.entries = {{"i", text}, {"f", text}, {"s", text}, {"c", text}};
+    std::ostringstream read;
+    read.imbue(std::locale::classic());
+    read << reader.ReadInt("i", 7, 0, 100) << ' ' << reader.ReadFloat("f", 0.5, -1.0, 1e9) << ' '
+         << reader.ReadSwitch("s", true) << ' ' << reader.ReadChoice("c", "high", {"low", "high"});
+    return read.str();
+  }
+
+  std::vector<std::string> Warnings() const { return log.TextsOf(StandInLog::Kind::Warning); }
+
+  StandInSettings settings;
+  StandInLog log;
+  Kit::SettingsReader reader{settings, log};
+};
+
+TEST_F(KitSettings, ReadWhatMakesSense) {
+  EXPECT_EQ(Read("1"), "1 1 1 high");
+  EXPECT_EQ(Read("-.5e-1"), "7 -0.05 1 high");
+  EXPECT_EQ(Read("+0100"), "100 100 1 high");
+  EXPECT_EQ(Read("FALSE"), "7 0.5 0 high");
+  EXPECT_EQ(Read("low"), "7 0.5 1 low");
+}
+
+TEST_F(KitSettings, CountAsTheFallbackWhereTheyMakeNoSense) {
+  for (const std::string text : {"", "1000000001", "-2", "1 ", "nan", "-inf", "0x1", "1e999", "1e",
+                                 ".", "1,5", "Low", "onn"}) {
+    EXPECT_EQ(Read(text), "7 0.5 1 high") << text;
+    EXPECT_EQ(settings.entries.at("f"), text) << "stays for the user to mend";
+  }
+  EXPECT_EQ(reader.ReadText("f", "x"), "onn");
+}
+
+TEST_F(KitSettings, GetOneWarningThatSaysWhatWouldBeRight) {
+  Read("wrong");
+  Read("wrong");
+  const std::vector<std::string> expected{
+      "Setting 'i' is 'wrong', not a whole number from 0 to 100; using 7.",
+      "Setting 'f' is 'wrong', not a number from -1 to 1000000000; using 0.5.",
+      "Setting 's' is 'wrong', not on or off, yes or no, true or false, 1 or 0; using on.",
+      "Setting 'c' is 'wrong', not one of 'low', 'high'; using 'high'."};
+  EXPECT_EQ(Warnings(), expected);
+}
+
+TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
+  GroupDigits();
+  const double third = 1.0 / 3.0;
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_EQ(reader.ReadText("text", "a b"), "a b");
+    EXPECT_EQ(reader.ReadInt("int", -1, 0, 9), -1) << "a fallback may stand outside the range";
+    EXPECT_EQ(reader.ReadFloat("float", third, 0.0, 1.0), third);
+    EXPECT_EQ(reader.ReadFloat("large", 1234567.5, 0.0, 1e9), 1234567.5);
+    EXPECT_FALSE(reader.ReadSwitch("switch", false));
+    EXPECT_EQ(reader.ReadChoice("choice", "none", {"some"}), "none");
+  }
+  EXPECT_EQ(settings.entries.at("large"), "1234567.5");
+  EXPECT_EQ(settings.entries.at("switch"), "off");
+  EXPECT_EQ(Warnings(), std::vector<std::string>());
+}
+
+TEST_F(KitSettings, ShowTheKeysThatNobodyAskedFor) {
+  reader.ReadText("text", "");
+  reader.ReadInt("int", 0, 0, 0);
+  const Config::ConfigEntries file{{"itn", "1"}, {"int", "1"}, {"Text", "x"}, {"text", "y"}};
+  EXPECT_EQ(reader.UnaskedKeys(file), (std::vector<std::string>{"Text", "itn"}));
+}
+
+// ---- Stand-ins, beside the services that they stand in for.
+
+TEST(KitStandIns, ReadAndWriteSettingsAsTheStoreDoes) {
+  StoredLog log;
+  const std::unique_ptr<Config::SConfigFile> store(ManufactureConfigFile());
+  StandInSettings settings;
+  const std::string text =
+      "a = 1\r\r\nb=\tx y \n = 2\n\n c = 3\nd.e = 4\nf\\/_ = a\0b\na = 5= \nbad"
+      "\r\n\r\n \ng =";
+  EXPECT_EQ(settings.ParseContent(text, "n"), store->ParseContent(text, "n"));
+  const std::vector<std::string> errors = ErrorsOf(log);
+  ASSERT_EQ(errors.size() % 2, 0U);
+  const auto middle = errors.begin() + static_cast<std::ptrdiff_t>(errors.size() / 2);
+  EXPECT_EQ(std::vector(errors.begin(), middle), std::vector(middle, errors.end()));
+  for (const std::string number : {"+5", "-5", "+-5", "", " 5", "5 ", "0x5", "007", "-2147483648",
+                                   "2147483648", "-0", "5.0", "+"}) {
+    settings.SetString("n", number);
+    store->SetString("n", number);
+    EXPECT_EQ(settings.GetInt("n", 77), store->GetInt("n", 77)) << number;
+  }
+}
+
+TEST(KitStandIns, KeepFilesInMemory) {
+  StandInSettings settings;
+  settings.files["user.txt"] = "a = 1\nb = 2\n";
+  settings.entries = {{"b", "3"}, {"c", "4"}};
+  settings.Load("user.txt");
+  settings.Save();
+  EXPECT_EQ(settings.files.at("user.txt"), "a = 1\nb = 2\nc = 4\n");
+  EXPECT_TRUE(settings.ReadFile("missing").empty());
+}
+
+TEST(KitStandIns, MakeSignalsOfTheServicesFormulas) {
+  StoredClock clock;
+  const std::unique_ptr<STimeProvider> service(ManufactureTimeProvider());
+  for (std::uint32_t kind = 0; kind <= 5; ++kind) {
+    for (const float duty : {-1.0F, 0.0F, 0.3F, 1.0F, std::nanf("")}) {
+      const auto ours = clock->MakePeriodic(PeriodicKind{kind}, 7, duty);
+      const auto theirs = service->MakePeriodic(PeriodicKind{kind}, 7, duty);
+      for (clock->now = 0; clock->now < 9; ++clock->now)
+        EXPECT_EQ(ours->GetValue(), theirs->GetValue()) << kind << ' ' << duty << ' ' << clock->now;
+    }
+  }
+}
+
+TEST(KitStandIns, MoveTheClockByWaitsFillersAndOrigins) {
+  Kit::StandInClock clock;
+  clock.now = 0 - std::uint64_t{10};
+  {
+    const auto filler = clock.MakeTimeFiller(100);
+    clock.Wait(30);
+  }
+  EXPECT_EQ(clock.now, 90U);
+  clock.SetOrigin(40);
+  EXPECT_EQ(clock.now, 50U);
+  clock.SetOrigin(0);
+  EXPECT_EQ(clock.now, 90U) << "the raw reading";
+}
+
+TEST(KitStandIns, KeepSideLinesAndLeaveTheStorageWithTheirOwner) {
+  StoredLog log;
+  EXPECT_EQ(FailureOf([] { StoredLog another; }), DoubleInstancing);
+  log->AddSideLine("x");
+  EXPECT_EQ(log->SideLines(), std::vector<std::string>{"x\n"});
+  log->ClearSideLines();
+  EXPECT_TRUE(log->SideLines().empty());
+  log.Remove();
+  EXPECT_EQ(FailureOf([] { Access<Log::SMessageLog>::Get(); }), NoInstance);
+}
+
+#ifdef _WIN32
+TEST(KitTimerResolution, HoldsTheSystemsLibraryWhileItLives) {
+  std::optional<Kit::ScopedTimerResolution> fineTimer(std::in_place);
+  EXPECT_NE(GetModuleHandleA("winmm.dll"), nullptr);
+  fineTimer.reset();
+  EXPECT_EQ(GetModuleHandleA("winmm.dll"), nullptr);
+}
+#endif
+
+}  // namespace
+}  // namespace Common::Test

@@ -1,0 +1,185 @@
+#include <common/kit/timers.h>
+
+#include <map>
+#include <random>
+
+#include "support.h"
+
+namespace Common::Test {
+namespace {
+
+using Kit::Timers;
+using Names = std::vector<std::string>;
+
+struct KitTimers : testing::Test {
+  std::function<void()> Note(const std::string& name) {
+    return [this, name] { ran.push_back(name); };
+  }
+
+  // The names that were noted in one tick at this time.
+  Names TickAt(std::uint64_t time) {
+    clock->now = time;
+    ran.clear();
+    frames->Tick();
+    return ran;
+  }
+
+  StoredClock clock;
+  std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};
+  std::optional<Timers> timers{*frames};
+  Names ran;
+};
+
+TEST_F(KitTimers, RunInTheOrderOfDueTimesAndOfMaking) {
+  timers->Every(5, Note("made first"));
+  timers->Every(10, Note("made second"));
+  timers->After(1000, Note("long"));
+  timers->After(9, Note("due first"));
+  EXPECT_EQ(TickAt(4), Names());
+  EXPECT_EQ(TickAt(5), Names{"made first"});
+  EXPECT_EQ(TickAt(10), (Names{"due first", "made first", "made second"}));
+}
+
+TEST_F(KitTimers, AreCancelledOneByOne) {
+  const Timers::Id first = timers->After(10, Note("first"));
+  timers->After(10, Note("second"));
+  EXPECT_TRUE(timers->Cancel(first));
+  EXPECT_FALSE(timers->Cancel(first)) << "cancelled already";
+  EXPECT_FALSE(timers->Cancel({})) << "no timer";
+  timers->After(10, Note("third"));
+  EXPECT_FALSE(timers->Cancel(first)) << "its name is never used again";
+  EXPECT_EQ(TickAt(10), (Names{"second", "third"}));
+}
+
+TEST_F(KitTimers, RepeatInPhaseAndNeverCatchUp) {
+  timers->Every(10, Note("beat"));
+  EXPECT_EQ(TickAt(13), Names{"beat"});
+  EXPECT_EQ(TickAt(19), Names());
+  EXPECT_EQ(TickAt(57), Names{"beat"}) << "once for 20 to 50";
+  EXPECT_EQ(TickAt(60), Names{"beat"});
+  timers->Every(0, Note("frame"));
+  EXPECT_EQ(TickAt(60), Names{"frame"});
+  EXPECT_EQ(TickAt(60), Names{"frame"}) << "an interval of 0 runs in every tick";
+}
+
+TEST_F(KitTimers, MadeInACallbackWaitForTheNextTick) {
+  timers->After(0, [this] {
+    timers->After(0, Note("late"));
+    Note("early")();
+  });
+  EXPECT_EQ(TickAt(0), Names{"early"});
+  EXPECT_EQ(TickAt(0), Names{"late"});
+}
+
+TEST_F(KitTimers, CancelOthersOfTheSameTickAndThemselves) {
+  Timers::Id once;
+  Timers::Id beat;
+  Timers::Id other;
+  once = timers->After(1, [&] {
+    EXPECT_FALSE(timers->Cancel(once)) << "it waits no more";
+    EXPECT_TRUE(timers->Cancel(other));
+  });
+  beat = timers->Every(1, [&] { EXPECT_TRUE(timers->Cancel(beat)); });
+  other = timers->After(1, Note("cancelled"));
+  EXPECT_EQ(TickAt(1), Names());
+  EXPECT_EQ(timers->Waiting(), 0U);
+}
+
+// Calls back when it is destroyed, as the owner of other timers does.
+struct CancelsAtItsEnd {
+  explicit CancelsAtItsEnd(Timers& timers) : timers(timers) {}
+  ~CancelsAtItsEnd() {
+    timers.Cancel(timers.After(1, [] {}));
+  }
+  Timers& timers;
+};
+
+TEST_F(KitTimers, KeepARunningCallableUntilItHasReturned) {
+  auto state = std::make_shared<CancelsAtItsEnd>(*timers);
+  const std::weak_ptr<CancelsAtItsEnd> watch = state;
+  Timers::Id beat;
+  beat = timers->Every(1, [&, kept = std::move(state)] {
+    timers->Cancel(beat);
+    for (int made = 0; made < 100; ++made) timers->After(1, [] {});
+    EXPECT_FALSE(watch.expired());
+  });
+  TickAt(1);
+}
+
+TEST_F(KitTimers, DestroyCallablesThatCallBackAtTheirEnd) {
+  timers->After(1, [state = std::make_shared<CancelsAtItsEnd>(*timers)] {});
+  timers.reset();
+  EXPECT_EQ(TickAt(1), Names()) << "nothing of them is left in the tick";
+}
+
+TEST_F(KitTimers, PassAnExceptionOnAndRunTheOthersInTheNextTick) {
+  const auto fail = [this](const std::string& name) {
+    Note(name)();
+    throw std::runtime_error(name);
+  };
+  timers->After(1, [=] { fail("spent"); });
+  timers->Every(2, [=] { fail("beat"); });
+  timers->After(3, Note("third"));
+  timers->After(4, {});
+  EXPECT_THROW(TickAt(5), std::runtime_error);
+  EXPECT_THROW(TickAt(5), std::runtime_error);
+  EXPECT_THROW(TickAt(5), std::bad_function_call);
+  EXPECT_EQ(ran, Names{"third"});
+  EXPECT_EQ(TickAt(5), Names());
+  EXPECT_THROW(TickAt(6), std::runtime_error) << "the repeating one goes on";
+}
+
+TEST_F(KitTimers, ReadTheClockOnceATickAndOnlyWhereOneWaits) {
+  TickAt(0);
+  EXPECT_EQ(clock->readings, 1) << "of the frame utility itself";
+  timers->Every(1, [] {});
+  timers->Every(1, [] {});
+  clock->readings = 0;
+  TickAt(1);
+  EXPECT_EQ(clock->readings, 2);
+}
+
+TEST_F(KitTimers, CountAcrossTheWrapOfTheClockAndOverHalfItsRange) {
+  constexpr std::uint64_t Half = std::uint64_t{1} << 63;
+  clock->now = 0 - std::uint64_t{5};
+  timers->After(Half, Note("late"));
+  timers->After(10, Note("soon"));
+  EXPECT_EQ(TickAt(4), Names());
+  EXPECT_EQ(TickAt(5), Names{"soon"});
+  EXPECT_EQ(TickAt(Half - 6), Names());
+  EXPECT_EQ(TickAt(Half - 5), Names{"late"});
+}
+
+// Against a sorted map that is searched from end to end.
+TEST_F(KitTimers, KeepTheirOrderAmongManyThatComeAndGo) {
+  std::mt19937 random(7);
+  std::map<std::pair<std::uint64_t, int>, Timers::Id> expected;
+  for (int made = 0; made < 20'000; ++made) {
+    const std::uint64_t delay = random() % 1000;
+    const std::pair key(clock->now + delay, made);
+    expected[key] = timers->After(delay, Note(std::to_string(made)));
+    if (made % 3 == 0) {
+      const auto victim = std::next(expected.begin(), made % 7 % std::ssize(expected));
+      ASSERT_TRUE(timers->Cancel(victim->second));
+      expected.erase(victim);
+    }
+    if (made % 100 != 0) continue;
+    Names due;
+    const std::uint64_t time = clock->now + 50;
+    while (!expected.empty() && expected.begin()->first.first <= time) {
+      due.push_back(std::to_string(expected.begin()->first.second));
+      expected.erase(expected.begin());
+    }
+    ASSERT_EQ(TickAt(time), due);
+  }
+}
+
+#if !defined(NDEBUG) && !defined(_WIN32)
+TEST_F(KitTimers, MustNotEndInsideTheirOwnCallback) {
+  timers->After(0, [this] { timers.reset(); });
+  EXPECT_DEATH(frames->Tick(), "inside the callback");
+}
+#endif
+
+}  // namespace
+}  // namespace Common::Test

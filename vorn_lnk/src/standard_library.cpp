@@ -1,0 +1,3 @@
+#include <vorn_lnk/standard_library>
+
+void Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(const ModeSample*) {}
