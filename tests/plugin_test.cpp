@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #endif
 
+#include <bit>
 #include <memory>
 
 #include "support.h"
