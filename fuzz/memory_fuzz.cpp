@@ -14,6 +14,8 @@
 #include <filesystem>
 #include <fstream>
 #include <new>
+#include <sstream>
+#include <vector>
 
 #include "shared.h"
 
@@ -24,7 +26,8 @@ int allocationsUntilFailure = 0;  // 0 where none is to fail
 // The sanitizer's own, behind the name that this program takes.
 extern "C" void* __interceptor_malloc(std::size_t size);
 
-extern "C" void* malloc(std::size_t size) noexcept {
+// Shown to the libraries, or they would go on with another.
+extern "C" [[gnu::visibility("default")]] void* malloc(std::size_t size) noexcept {
   if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) {
     errno = ENOMEM;
     return nullptr;
@@ -61,6 +64,11 @@ std::string ReadFile(const std::string& name) {
   return Vorn::ReadWholeFileToString(Vorn::SharedPath::NewWrapped(name));
 }
 
+std::string NumberedText(std::uint32_t number) { return LongText + std::to_string(number); }
+
+// Without the stamp, which ends in a colon and a blank.
+std::string TextOfLine(const std::string& line) { return line.substr(line.find(": ") + 2); }
+
 // A folder of its own, with settings to be read.
 struct Folder {
   Folder() {
@@ -80,15 +88,28 @@ struct Host {
   }
   ~Host() {
     logOwner = nullptr;
-    const std::string written = ReadFile(LogFile);
-    Check(std::count(written.begin(), written.end(), '\n') == lines,
-          "each line that was taken is in the file");
+    std::istringstream written(ReadFile(LogFile));
+    std::string line;
+    for (int header = 0; header < HeaderLines; ++header) std::getline(written, line);
+    for (const std::uint32_t number : linesTaken) {
+      std::getline(written, line);
+      Check(TextOfLine(line) == NumberedText(number), "each line taken is in the file, in order");
+    }
+    Check(written.peek() == std::istringstream::traits_type::eof(), "no other line is in the file");
+  }
+
+  void LogNextLine() {
+    const std::uint32_t number = nextLine++;
+    log->LogMessage(NumberedText(number));
+    allocationsUntilFailure = 0;  // what follows is no business of the log
+    linesTaken.push_back(number);
   }
 
   const Folder folder;
   Log::SMessageLog* const log = Log::ManufactureMessageLog();
   LogOwner logOwner = LogOwner::element_type::Create(log);
-  std::ptrdiff_t lines = HeaderLines;
+  std::vector<std::uint32_t> linesTaken;
+  std::uint32_t nextLine = 0;
   const Fuzz::StoredClock clock;
   const std::unique_ptr<Config::SConfigFile> store{ManufactureConfigFile()};
   const std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
@@ -104,7 +125,7 @@ Host& TheHost() {
 void Operate(Host& host, int operation) {
   switch (operation) {
     case 0:
-      return host.log->LogMessage(LongText);
+      return host.LogNextLine();
     case 1:
       return host.log->SetLogFile(LogFile);
     case 2:
@@ -146,9 +167,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     allocationsUntilFailure = data.ConsumeIntegralInRange(0, 24);
     try {
       Operate(host, operation);
-      if (operation == 0) ++host.lines;
     } catch (const std::bad_alloc&) {
       Check(allocationsUntilFailure == 0, "only the allocation that was to fail has failed");
+    } catch (const std::filesystem::filesystem_error&) {
+      Check(allocationsUntilFailure == 0, "only lack of memory keeps a file from being read");
     }
     allocationsUntilFailure = 0;
     if (operation == 2)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <common/kit/timers.h>
 #include <common/runtime_unique_id.h>
 #include <common/seed_provider.h>
 
@@ -19,7 +20,7 @@ struct Ship {
   std::uint64_t tonnes;  // aboard on arrival
   std::uint64_t keeps;   // stays aboard, as the ship is called away halfway; 0 for most
   std::uint64_t aboard;
-  std::uint64_t endCall = 0;  // the delayed call that ends the unloading
+  Common::Kit::Timers::Id unloading;  // the timer that ends it
 };
 
 // The ships of a run, first arrival first. All chance is spent here, before the first frame, so

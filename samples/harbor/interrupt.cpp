@@ -20,6 +20,9 @@ void OnSignal(int signal) {
 void CatchInterrupts() {
   std::signal(SIGINT, OnSignal);
   std::signal(SIGTERM, OnSignal);
+#ifndef _WIN32
+  std::signal(SIGPIPE, SIG_IGN);
+#endif
 }
 
 bool IsInterrupted() { return interrupted; }

@@ -1,6 +1,6 @@
-// A headless harbour that runs in real time on the common services: a host to copy from. Begin with
-// services.h, which starts and ends the services, and shift.cpp, which runs the frames; port.cpp is
-// what another engine has its game in.
+// A headless harbor that runs in real time on the common services: a host to copy from. Begin with
+// services.h, which starts and ends the services, and shift.cpp, which runs the frames. Where
+// port.cpp stands another engine has its game, and where weather.cpp stands its plugins.
 #include <vorn_lnk/singleton>
 
 #include <exception>
@@ -8,7 +8,8 @@
 #include <iostream>
 #include <string>
 
-#include "content_check.h"
+#include "content_files.h"
+#include "crash.h"
 #include "interrupt.h"
 #include "options.h"
 #include "shift.h"
@@ -22,6 +23,7 @@ constexpr int Misused = 2;
 int Run(const Harbor::Options& options) {
   Harbor::PrepareDirectory(options.directory);
   Harbor::CatchInterrupts();
+  Harbor::SaveLogOnTerminate();
   const auto begin = std::filesystem::file_time_type::clock::now();
   const Harbor::Outcome outcome = Harbor::RunShift(options.frames);
   Harbor::PrintSummary(std::cout, outcome);
@@ -46,8 +48,8 @@ int main(int argc, char** argv) {
     return Fail(Misused, failure.what() + std::string("; --help shows the options"));
   } catch (const std::exception& failure) {
     return Fail(Failed, failure.what());
-  } catch (const Vorn::MissingInstance&
-               failure) {  // no std::exception: the services were used out of order
+  } catch (const Vorn::MissingInstance& failure) {
+    // No std::exception: it means that the services were used out of order.
     return Fail(Failed, failure.Message());
   }
 }

@@ -19,9 +19,10 @@ namespace {
 std::uint64_t ReadFrameCount(const std::string& text) {
   std::int32_t count = 0;
   const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), count);
-  if (failure != std::errc() || end != text.data() + text.size() || !FrameCounts.Holds(count)) {
-    throw UsageError("--frames takes a number from " + std::to_string(FrameCounts.lowest) + " to " +
-                     std::to_string(FrameCounts.highest) + ", not '" + text + "'");
+  const bool isNumber = failure == std::errc() && end == text.data() + text.size();
+  if (!isNumber || count < FewestFrames || count > MostFrames) {
+    throw UsageError("--frames takes a number from " + std::to_string(FewestFrames) + " to " +
+                     std::to_string(MostFrames) + ", not '" + text + "'");
   }
   return static_cast<std::uint64_t>(count);
 }
@@ -31,16 +32,17 @@ std::uint64_t ReadFrameCount(const std::string& text) {
 const char* const HelpText =
     "usage: harbor [--directory DIR] [--frames N]\n"
     "\n"
-    "Runs a harbour in real time: ships, berths and cargo, paced frame by frame.\n"
+    "Runs a harbor in real time: ships, berths, cargo and weather, paced frame by frame.\n"
     "\n"
-    "  --directory DIR  work in DIR, which holds the folder 'content'; the present folder by "
-    "default\n"
+    "  --directory DIR  work in DIR, which holds the folder 'content'; by default in the current\n"
+    "                   folder\n"
     "  --frames N       run N frames instead of the setting harbor/frames\n"
     "  --help           show this and end\n"
     "\n"
-    "Reads content/config/config.txt and content/config/user.txt; writes the former, zeb_log.txt "
-    "and\n"
-    "content/ut_result/profiler_data.csv. Ctrl-C ends a run early and in order.\n";
+    "Reads content/config/config.txt and content/config/user.txt. Writes the former, zeb_log.txt,\n"
+    "content/ut_result/profiler_data.csv and content/ut_result/trace.json. Ctrl-C ends a run "
+    "early\n"
+    "and in order.\n";
 
 #ifdef _WIN32
 // What main is handed there went through a code page, which may not have all letters.

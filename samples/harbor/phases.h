@@ -7,9 +7,10 @@
 namespace Harbor::Phase {
 
 inline const std::string Frame = "frame";
-inline const std::string EdgeAndReactors = "edge and reactors";
-inline const std::string DelayedCalls = "delayed calls";
+inline const std::string Tick = "tick";
 inline const std::string Simulation = "simulation";
 inline const std::string Waiting = "waiting";
+
+inline constexpr std::size_t Count = 4;
 
 }  // namespace Harbor::Phase

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "phases.h"
+#include "totem_values.h"
 
 namespace Harbor {
 namespace {
@@ -23,33 +23,31 @@ std::string Tonnes(std::uint64_t tonnes) { return std::to_string(tonnes) + " t";
 
 }  // namespace
 
-bool GatesAreOpen(const Common::SMessageTotem& totem) { return totem.byteOne.Read() != 0; }
-bool IsDark(const Common::SMessageTotem& totem) { return totem.fourByteValue.Read().parts[0] == 0; }
-std::uint64_t ShipsWaiting(const Common::SMessageTotem& totem) {
-  return totem.eightByteValue.Read().parts[0];
-}
-std::uint64_t TonnesAshore(const Common::SMessageTotem& totem) {
-  return totem.eightByteValue.Read().parts[1];
-}
-
-Port::Port(Services& services, const Settings& settings, Common::AccumulatorHandle& measuredFrame)
+Port::Port(Services& services, const Settings& settings)
     : frames(*services.frames),
       log(*Log::Get()),
       totem(*Totem::Get()),
-      frame(measuredFrame),
       frameTime(settings.frameTime),
       unloadFrames(settings.unloadFrames),
       fleet(DrawFleet(*services.seeds, *services.ids, settings)),
       berths(settings.berths, nullptr),
       sun(Clock::Get()->MakePeriodic(Common::PeriodicKind::Sine, settings.dayLength, 0.0F)),
       gates(Clock::Get()->MakePeriodic(Common::PeriodicKind::Square, settings.dayLength,
-                                       GatesOpenShare)) {
+                                       GatesOpenShare)),
+      timers(frames),
+      openingCall(ScheduleOpening()) {
   StartReactors(settings);
+}
+
+// A call that is still queued would point at a port that is gone.
+Port::~Port() { frames.CancelCall(openingCall); }
+
+// Runs in the first tick, before any call that is scheduled after it.
+std::uint64_t Port::ScheduleOpening() {
   const auto open = [this](std::uint64_t count) {
-    frame.GoOnTo(Phase::DelayedCalls);
-    log.LogMessage("the harbour is open, berths: " + std::to_string(count));
+    log.LogMessage("the harbor is open, berths: " + std::to_string(count));
   };
-  frames.ScheduleCall(open, berths.size(), 0);
+  return frames.ScheduleCall(open, berths.size(), 0);
 }
 
 // Reactors run in the order of their addresses, which is any order, so none may count on another
@@ -60,20 +58,20 @@ void Port::StartReactors(const Settings& settings) {
     reactors.back()->SetCallback([this, work](std::uint64_t) { (this->*work)(); });
   };
   start(0, &Port::MoveSunAndGates);
-  start(frameTime * 3 / 2,
-        &Port::WorkCranes);  // every second frame: two frames exactly would now and then be three
+  // Every second frame: an interval of two frames exactly would now and then take three.
+  start(frameTime * 3 / 2, &Port::WorkCranes);
   start(settings.dayLength, &Port::EndDay);
 }
 
 void Port::MoveSunAndGates() {
   const float light = std::max(0.0F, sun->GetValue()) * FullLight;
-  totem.fourByteValue.Write({{static_cast<std::uint16_t>(light), 0}});
+  WriteLight(totem, static_cast<std::uint16_t>(light));
   const bool open = gates->GetValue() > 0.0F;
-  totem.byteOne.Write(open ? 1 : 0);
+  WriteGates(totem, open);
 
-  // The totem keeps the light of the frame before for whoever wants to see it change.
-  const bool wasDark = totem.fourByteValuePrevious.Read().parts[0] == 0;
-  if (wasDark != IsDark(totem)) log.LogMessage(wasDark ? "the sun rises" : "night falls");
+  if (WasDark(totem) != IsDark(totem)) {
+    log.LogMessage(WasDark(totem) ? "the sun rises" : "night falls");
+  }
   if (open != GatesAreOpen(totem)) log.LogMessage(open ? "the gates open" : "the gates close");
 }
 
@@ -108,6 +106,8 @@ void Port::Arrive(Ship& ship) {
   const bool isFull = std::find(berths.begin(), berths.end(), nullptr) == berths.end();
   if (!GatesAreOpen(totem)) {
     log.LogWarning(ship.name + " waits: the gates are closed");
+  } else if (IsGale()) {
+    log.LogWarning(ship.name + " waits: a gale blows");
   } else if (isFull) {
     log.LogWarning(ship.name + " waits: no free berth");
   } else if (!anchorage.empty()) {
@@ -116,40 +116,36 @@ void Port::Arrive(Ship& ship) {
   anchorage.push_back(&ship);
 }
 
-// There is one pilot. So no two unloadings are scheduled in one microsecond, which would give them
-// one id, and CancelCall would end both.
+// There is one pilot, who stays ashore in a gale.
 void Port::LetOneShipIn() {
-  if (anchorage.empty() || !GatesAreOpen(totem)) return;
+  if (anchorage.empty() || !GatesAreOpen(totem) || IsGale()) return;
   const auto berth = std::find(berths.begin(), berths.end(), nullptr);
   if (berth == berths.end()) return;
   Berth(*anchorage.front(), *berth);
   anchorage.pop_front();
 }
 
-// Delayed calls run strictly in the order of scheduling. All have the same delay here, so none
-// holds back another. It ends half a frame early, or a tick that is punctual to the microsecond
-// could find the call not quite due.
+bool Port::IsGale() const { return ReadWindForce(totem) >= GaleForce; }
+
+// Half a frame early, or a tick that is punctual to the microsecond could find the time not quite
+// passed.
 void Port::Berth(Ship& ship, Ship*& berth) {
   berth = &ship;
-  const auto index = static_cast<std::uint64_t>(&berth - berths.data());
-  const auto finish = [this](std::uint64_t berthIndex) { FinishUnloading(berthIndex); };
-  ship.endCall = frames.ScheduleCall(finish, index, unloadFrames * frameTime - frameTime / 2);
-  log.LogMessage(ship.name + " unloads at berth " + std::to_string(index + 1));
+  ship.unloading = timers.After(unloadFrames * frameTime - frameTime / 2,
+                                [this, &berth] { FinishUnloading(berth); });
+  log.LogMessage(ship.name + " unloads at berth " + std::to_string(&berth - berths.data() + 1));
 }
 
-// A tick is frame edge, reactors and a look at the queue up to its first delayed call, and from
-// there on delayed calls to its end. So marking where one begins tells the two phases apart.
-void Port::FinishUnloading(std::uint64_t berthIndex) {
-  frame.GoOnTo(Phase::DelayedCalls);
-  Ship& ship = *berths[berthIndex];
-  BringAshore(ship, ship.aboard - ship.keeps);
-  log.LogMessage(ship.name + " has unloaded and leaves");
+void Port::FinishUnloading(Ship*& berth) {
+  BringAshore(*berth, berth->aboard - berth->keeps);
+  log.LogMessage(berth->name + " has unloaded " + Tonnes(berth->tonnes - berth->aboard) +
+                 " and leaves");
   ++tally.unloaded;
-  berths[berthIndex] = nullptr;
+  berth = nullptr;
 }
 
 void Port::CallAway(Ship*& berth) {
-  frames.CancelCall(berth->endCall);
+  timers.Cancel(berth->unloading);
   log.LogWarning(berth->name + " is called away with " + Tonnes(berth->aboard) + " still aboard");
   ++tally.calledAway;
   berth = nullptr;
@@ -162,7 +158,8 @@ void Port::BringAshore(Ship& ship, std::uint64_t tonnes) {
 
 void Port::PublishState() {
   const auto waiting = static_cast<std::uint32_t>(anchorage.size());
-  totem.eightByteValue.Write({{waiting, static_cast<std::uint32_t>(tally.tonnesAshore)}});
+  const auto ashore = static_cast<std::uint32_t>(tally.tonnesAshore);
+  WriteState(totem, waiting, ashore);
 }
 
 Tally Port::Total() const {

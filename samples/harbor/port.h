@@ -1,5 +1,7 @@
 #pragma once
 
+#include <common/kit/timers.h>
+
 #include <cstdint>
 #include <deque>
 #include <vector>
@@ -19,12 +21,11 @@ struct Tally {
 };
 
 // The simulation. What changes with the clock happens in ticks: reactors move the sun, the gates
-// and the cranes, and delayed calls end the unloadings. What follows from it happens once a frame
-// in Step. REQUIRES: no tick after the port's end, as queued calls still point at it.
+// and the cranes, and timers end the unloadings. What follows from it happens once a frame in Step.
 class Port {
  public:
-  // Delayed calls mark their phase in `frame`, the measurement of the frame that is under way.
-  Port(Services& services, const Settings& settings, Common::AccumulatorHandle& frame);
+  Port(Services& services, const Settings& settings);
+  ~Port();
 
   Port(const Port&) = delete;
   Port& operator=(const Port&) = delete;
@@ -35,6 +36,7 @@ class Port {
   Tally Total() const;
 
  private:
+  std::uint64_t ScheduleOpening();
   void StartReactors(const Settings& settings);
   void MoveSunAndGates();
   void WorkCranes();
@@ -42,8 +44,9 @@ class Port {
 
   void Arrive(Ship& ship);
   void LetOneShipIn();
+  bool IsGale() const;
   void Berth(Ship& ship, Ship*& berth);
-  void FinishUnloading(std::uint64_t berthIndex);
+  void FinishUnloading(Ship*& berth);
   void CallAway(Ship*& berth);
   void BringAshore(Ship& ship, std::uint64_t tonnes);
   void PublishState();
@@ -51,7 +54,6 @@ class Port {
   Common::SFrameUtility& frames;
   Common::Log::SMessageLog& log;
   Common::SMessageTotem& totem;
-  Common::AccumulatorHandle& frame;
   const std::uint64_t frameTime;
   const std::uint64_t unloadFrames;
 
@@ -63,13 +65,11 @@ class Port {
 
   const Vorn::IntrudablePtr<Common::IPeriodic> sun;
   const Vorn::IntrudablePtr<Common::IPeriodic> gates;
-  std::vector<Vorn::IntrudablePtr<Common::IFrameReactor>> reactors;  // released first
-};
 
-// What a port writes into the totem for the next frame, and everyone may read there.
-bool GatesAreOpen(const Common::SMessageTotem& totem);
-bool IsDark(const Common::SMessageTotem& totem);
-std::uint64_t ShipsWaiting(const Common::SMessageTotem& totem);
-std::uint64_t TonnesAshore(const Common::SMessageTotem& totem);
+  // Their callbacks point at this port, and end with it.
+  std::vector<Vorn::IntrudablePtr<Common::IFrameReactor>> reactors;
+  Common::Kit::Timers timers;
+  const std::uint64_t openingCall;
+};
 
 }  // namespace Harbor

@@ -3,7 +3,7 @@
 #include <iostream>
 #include <string>
 
-#include "port.h"
+#include "totem_values.h"
 
 #ifdef _WIN32
 #include <io.h>

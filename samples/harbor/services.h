@@ -5,24 +5,25 @@
 
 #include <common/config_file.h>
 #include <common/frame_utility.h>
-#include <common/message_log.h>
-#include <common/message_totem.h>
+#include <common/kit/timer_resolution.h>
 #include <common/performance_profiler.h>
 #include <common/runtime_unique_id.h>
 #include <common/seed_provider.h>
-#include <common/time_provider.h>
 
 #include <memory>
 
+#include "storage.h"
+
 namespace Harbor {
 
-using Clock = Vorn::Singleton<Common::STimeProvider, std::shared_ptr>;
-using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
-using Totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>;
+// A log that shows its lines on the console from the first on, so that what is wrong with the
+// settings can be seen there too.
+std::shared_ptr<Log> StartLog();
 
 struct Services {
+  const Common::Kit::ScopedTimerResolution timerResolution{};  // the clock, made next, measures it
   const std::shared_ptr<Clock> clock = Clock::Create(Common::ManufactureTimeProvider());
-  const std::shared_ptr<Log> log = Log::Create(Common::Log::ManufactureMessageLog());
+  const std::shared_ptr<Log> log = StartLog();
   const std::unique_ptr<Common::Config::SConfigFile> settings{Common::ManufactureConfigFile()};
   const std::unique_ptr<Common::SPerformanceProfiler> profiler{
       Common::ManufacturePerformanceProfiler()};

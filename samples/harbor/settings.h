@@ -1,21 +1,15 @@
 #pragma once
 
 #include <common/config_file.h>
+#include <common/message_log.h>
 
 #include <cstdint>
+#include <string>
 
 namespace Harbor {
 
-// Which numbers a setting may take. All others are refused before they reach a division or a
-// multiplication.
-struct Range {
-  std::int32_t lowest;
-  std::int32_t highest;
-
-  constexpr bool Holds(std::int32_t value) const { return lowest <= value && value <= highest; }
-};
-
-inline constexpr Range FrameCounts{1, 1'000'000};
+inline constexpr std::int32_t FewestFrames = 1;
+inline constexpr std::int32_t MostFrames = 1'000'000;
 
 // Times are microseconds.
 struct Settings {
@@ -26,12 +20,13 @@ struct Settings {
   std::uint64_t dayLength;
   std::uint64_t unloadFrames;  // how long a ship may lie at its berth
   std::uint64_t seed;          // 0 asks the clock
+  std::string plugin;
   bool liveOutput;
 };
 
-// Asks for every setting, so that the store comes to list them all. A value that makes no sense
-// gets a warning in the log and counts as the default; its text stays in the store for the user to
-// mend.
-Settings ReadSettings(Common::Config::SConfigFile& store);
+// Asks for every setting, so that the store comes to list them all, and saves. A value that makes
+// no sense gets a warning in the log and counts as the default; its text stays in the store for the
+// user to mend. So do settings that nobody asks for: they are typing errors, mostly.
+Settings ReadSettings(Common::Config::SConfigFile& store, Common::Log::SMessageLog& log);
 
 }  // namespace Harbor

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <common/performance_profiler.h>
+#include <common/kit/trace.h>
 
 #include <cstdint>
 #include <optional>
@@ -13,10 +13,10 @@ namespace Harbor {
 
 // What is left of a run when its services have ended.
 struct Outcome {
-  Settings settings{};
-  Tally tally{};
-  std::vector<std::uint64_t> frameTimes{};      // microseconds
-  std::vector<Common::MeasureRecord> phases{};  // of all frames
+  Settings settings;
+  Tally tally;
+  std::vector<std::uint64_t> frameTimes;         // microseconds
+  std::vector<Common::Kit::Trace::Line> phases;  // of the frames that the trace still holds
 };
 
 // One run from the start of the services to their end: `frames` of them, or as many as the settings

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <iomanip>
 
-#include "content_check.h"
+#include "content_files.h"
 
 namespace Harbor {
 namespace {
@@ -21,11 +21,10 @@ std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent)
   return *found;
 }
 
-void PrintPhase(std::ostream& out, const Common::MeasureRecord& phase) {
-  const auto total = static_cast<double>(phase.totalTime);
-  const auto calls = static_cast<double>(std::max<std::uint64_t>(phase.calls, 1));
+void PrintPhase(std::ostream& out, const Common::Kit::Trace::Line& phase) {
   out << "  " << std::left << std::setw(18) << phase.name << std::right << std::setw(8)
-      << phase.calls << std::setw(12) << total / 1000 << std::setw(12) << total / calls << '\n';
+      << phase.count << std::setw(12) << phase.median << std::setw(20) << phase.percentile99
+      << std::setw(13) << phase.maximum << '\n';
 }
 
 }  // namespace
@@ -39,14 +38,13 @@ void PrintSummary(std::ostream& out, const Outcome& outcome) {
       << "\ncargo moved    " << tally.tonnesAshore << " t"
       << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway
       << " called away, " << tally.refused << " refused, " << tally.leftInPort << " left in port"
-      << "\nphase                  calls      ms all     us each\n"
-      << std::fixed << std::setprecision(1);
-  for (const Common::MeasureRecord& phase : outcome.phases) PrintPhase(out, phase);
+      << "\nphase                  times   median us   99th percentile us   longest us\n";
+  for (const Common::Kit::Trace::Line& phase : outcome.phases) PrintPhase(out, phase);
 }
 
 void PrintFilesWrittenSince(std::filesystem::file_time_type begin, std::ostream& out) {
   out << "files written  ";
-  for (const std::string& file : {SettingsFile, LogFile, ReportFile}) {
+  for (const std::string& file : {SettingsFile, LogFile, ReportFile, TraceFile}) {
     std::error_code isMissing;
     const auto written = std::filesystem::last_write_time(file, isMissing);
     if (!isMissing && written + TimeStampStep >= begin) out << file << ' ';

@@ -10,6 +10,7 @@ namespace Harbor {
 inline const std::string SettingsFile = Common::ConfigFolder + "/" + Common::ConfigFileName;
 inline const std::string LogFile = "zeb_log.txt";
 inline const std::string ReportFile = Common::UtResultFolder + "/profiler_data.csv";
+inline const std::string TraceFile = Common::UtResultFolder + "/trace.json";
 
 // Makes `directory` (UTF-8) the working directory and the report's folder in it. Throws
 // std::runtime_error with a text for the user if the content is missing or one of the files cannot

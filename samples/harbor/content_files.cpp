@@ -1,4 +1,4 @@
-#include "content_check.h"
+#include "content_files.h"
 
 #include <vorn_lnk/shared_path>
 
@@ -9,11 +9,11 @@
 namespace Harbor {
 namespace {
 
+// Opening to append changes nothing in a file that is there.
 void RequireWritable(const std::string& file) {
   std::error_code ignored;
   const bool isNew = !std::filesystem::exists(file, ignored);
-  const bool opened =
-      std::ofstream(file, std::ios::app).good();  // changes nothing in a file that is there
+  const bool opened = std::ofstream(file, std::ios::app).good();
   if (!opened) throw std::runtime_error("cannot write " + file);
   if (isNew) std::filesystem::remove(file, ignored);
 }
@@ -27,9 +27,11 @@ void PrepareDirectory(const std::string& directory) {
   if (!std::filesystem::is_directory(Common::ConfigFolder, failure)) {
     throw std::runtime_error("there is no folder " + Common::ConfigFolder + " in " + directory);
   }
-  std::filesystem::create_directory(Common::UtResultFolder,
-                                    failure);  // what stands in its way shows below
-  for (const std::string& file : {SettingsFile, LogFile, ReportFile}) RequireWritable(file);
+  // What stands in the way of the folder shows below.
+  std::filesystem::create_directory(Common::UtResultFolder, failure);
+  for (const std::string& file : {SettingsFile, LogFile, ReportFile, TraceFile}) {
+    RequireWritable(file);
+  }
 }
 
 }  // namespace Harbor

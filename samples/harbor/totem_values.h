@@ -1,0 +1,46 @@
+// What the values of the totem mean in this harbor. Written in one frame, they are read in the
+// next, by the host and its plugins alike.
+#pragma once
+
+#include <common/message_totem.h>
+
+#include <cstdint>
+
+namespace Harbor {
+
+inline constexpr std::uint8_t GaleForce = 8;  // on Beaufort's scale
+
+inline bool GatesAreOpen(const Common::SMessageTotem& totem) { return totem.byteOne.Read() != 0; }
+inline void WriteGates(Common::SMessageTotem& totem, bool open) {
+  totem.byteOne.Write(open ? 1 : 0);
+}
+
+inline std::uint8_t ReadWindForce(const Common::SMessageTotem& totem) {
+  return totem.byteTwo.Read();
+}
+inline void WriteWindForce(Common::SMessageTotem& totem, std::uint8_t force) {
+  totem.byteTwo.Write(force);
+}
+
+// The totem keeps the light of the frame before, for whoever wants to see it change.
+inline bool IsDark(const Common::SMessageTotem& totem) {
+  return totem.fourByteValue.Read().parts[0] == 0;
+}
+inline bool WasDark(const Common::SMessageTotem& totem) {
+  return totem.fourByteValuePrevious.Read().parts[0] == 0;
+}
+inline void WriteLight(Common::SMessageTotem& totem, std::uint16_t light) {
+  totem.fourByteValue.Write({{light, 0}});
+}
+
+inline std::uint64_t ShipsWaiting(const Common::SMessageTotem& totem) {
+  return totem.eightByteValue.Read().parts[0];
+}
+inline std::uint64_t TonnesAshore(const Common::SMessageTotem& totem) {
+  return totem.eightByteValue.Read().parts[1];
+}
+inline void WriteState(Common::SMessageTotem& totem, std::uint32_t waiting, std::uint32_t tonnes) {
+  totem.eightByteValue.Write({{waiting, tonnes}});
+}
+
+}  // namespace Harbor
