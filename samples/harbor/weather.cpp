@@ -57,8 +57,6 @@ class Weather final : public Plugin {
 }  // namespace
 }  // namespace Harbor
 
-// A start that fails ends the process: its exception would outlive the module.
-// NOLINTNEXTLINE(bugprone-exception-escape)
 Harbor::Plugin* StartHarborPlugin1(const Harbor::PluginHost& host) noexcept {
   // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
   return new Harbor::Weather(host);

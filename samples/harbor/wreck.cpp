@@ -13,7 +13,6 @@ struct Wreck final : Harbor::Plugin {
 
 }  // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape)
 Harbor::Plugin* StartHarborPlugin1(const Harbor::PluginHost& host) noexcept {
   // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
   return new Wreck(host.frames);
