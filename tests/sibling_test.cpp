@@ -171,13 +171,4 @@ TEST(ReadWholeFileToString, ReadsEveryByteOrThrows) {
   EXPECT_EQ(FailureOf(read), "filesystem_error") << "a folder";
 }
 
-TEST(SharedPath, WithANulNamesNoFile) {
-  WriteBytes("a", "bytes of another file");
-  const std::string text("a\0b", 3);
-  const auto path = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(text));
-  EXPECT_EQ(path.String(), text);
-  EXPECT_FALSE(path.Exists());
-  EXPECT_EQ(FailureOf([&path] { Vorn::ReadWholeFileToString(path); }), "filesystem_error");
-}
-
 }  // namespace Common::Test
