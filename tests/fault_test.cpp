@@ -42,12 +42,13 @@ struct Faults : testing::Test {
     EXPECT_EQ(ErrorsOf(reports), std::vector{"File '" + path + "' write error."});
     reports->lines.clear();
     const std::string failure = "Failed to open file " + path + " for writing!";
-    EXPECT_EQ(FailureOf([&] { profiler->WriteReport(path); }), failure.c_str());
+    EXPECT_EQ(FailureOf([&] { profiler->WriteReport(path); }), failure.c_str()) << "up to a NUL";
     const Capture out(std::cout), err(std::cerr);
     WriteBatch(path);
     const std::string fullPath = (fs::current_path() / path).string();
     EXPECT_EQ(err.Text(), "Failed to open log file for writing: " + fullPath + "\n");
   }
+
   StoredLog reports;
   const std::unique_ptr<Config::SConfigFile> store{ManufactureConfigFile()};
   const std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};

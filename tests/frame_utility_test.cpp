@@ -14,13 +14,11 @@ static FrameCallback ActingAtItsEnd(std::function<void()> action) {
   return [end = std::shared_ptr<void>(nullptr, act)](std::uint64_t) {};
 }
 
-// The order of what runs, whatever throws, changes or cancels on the way, is for frame_fuzz to
-// test.
-// What changes, throws or is cancelled inside callbacks is for frame_fuzz to test.
+// What callbacks may change, throw or cancel is for frame_fuzz to test, against a model.
 struct Frame : testing::Test {
-  // Notes what the callback is given, above `base`.
-  FrameCallback Note(std::uint64_t base = 0) {
-    return [=, this](std::uint64_t value) { calls.push_back(base + value); };
+  // Notes what the callback is given.
+  FrameCallback Note() {
+    return [this](std::uint64_t value) { calls.push_back(value); };
   }
 
   // The time is also the argument and the id.
