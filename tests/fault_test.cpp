@@ -22,11 +22,6 @@ namespace fs = std::filesystem;
 constexpr int BatchLines = 500;
 const std::string LogName = "zeb_log.txt";
 
-auto LineCount(const fs::path& path) {
-  const std::string bytes = ReadBytes(path);
-  return std::count(bytes.begin(), bytes.end(), '\n');
-}
-
 struct Faults : testing::Test {
   void WriteSettings(const std::string& path) {
     store->WriteFile({{"two", ""}, {"lines", ""}},
@@ -107,6 +102,11 @@ TEST_F(Faults, FullDisksStopNobody) {
   EXPECT_EQ(err.Text(), "");
 }
 #endif
+
+auto LineCount(const fs::path& path) {
+  const std::string bytes = ReadBytes(path);
+  return std::count(bytes.begin(), bytes.end(), '\n');
+}
 
 int failedWrites = 0;
 
