@@ -5,9 +5,12 @@
 #include <boost/signals2/signal_type.hpp>
 #include <uv.h>
 
+#include <algorithm>
 #include <array>
 #include <deque>
 #include <functional>
+#include <memory>
+#include <random>
 #include <vector>
 
 #include "bench.h"
@@ -22,7 +25,27 @@ auto AddTo(std::uint64_t* sum) {
   return [sum](std::uint64_t value) { *sum += value; };
 }
 
-void ReadClock() { benchmark::DoNotOptimize(std::chrono::steady_clock::now()); }
+// As a service has to: look the clock up, then read it.
+std::uint64_t LookUpAndReadClock() {
+  benchmark::DoNotOptimize(Clock::Get());
+  const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::microseconds>(sinceStart).count());
+}
+
+// Leaves free pieces all over the heap, as every engine does after a while.
+void ScatterHeap() {
+  constexpr std::size_t Pieces = 300'000;
+  constexpr std::size_t Sizes = 12;
+  std::vector<std::unique_ptr<char[]>> pieces;
+  for (std::size_t index = 0; index < Pieces; ++index)
+    pieces.push_back(std::make_unique<char[]>(16 + 16 * (index % Sizes)));
+  std::shuffle(pieces.begin(), pieces.end(), std::minstd_rand(1));
+  pieces.resize(Pieces / 2);
+  // The other half stays for the rest of the run: given back, it would make the heap whole again.
+  static std::vector<std::unique_ptr<char[]>> kept;
+  kept = std::move(pieces);
+}
 
 // ---- Reactors.
 
@@ -78,10 +101,7 @@ void RegisterReactors(SFrameUtility* frames, int count) {
   add("tick_interval_0", "signals2", [=](benchmark::State& state) { EmitSignal(state, count); });
   add("tick_interval_0", "floor", [=](benchmark::State& state) { CallEach(state, count, [] {}); });
   add("tick_interval_1", "floor", [=](benchmark::State& state) {
-    CallEach(state, count, [] {
-      benchmark::DoNotOptimize(Clock::Get());
-      ReadClock();
-    });
+    CallEach(state, count, [] { benchmark::DoNotOptimize(LookUpAndReadClock()); });
   });
 }
 
@@ -90,7 +110,7 @@ void RegisterReactors(SFrameUtility* frames, int count) {
 
 class OurCalls {
  public:
-  OurCalls(SFrameUtility* utility, std::size_t count) : frames(utility), ids(count) {}
+  OurCalls(SFrameUtility* frames, std::size_t count) : frames(frames), ids(count) {}
 
   void Schedule() {
     for (std::uint64_t& id : ids) id = frames->ScheduleCall(AddTo(&sum), 1, 0);
@@ -164,50 +184,48 @@ class UvTimers {
   std::vector<uv_timer_t> timers;
 };
 
-// A queue of callables and a clock reading each; knows where a call stands.
+// A queue of what a call consists of. Scheduling looks the clock up and reads it; cancelling halves
+// the queue, which is in the order of its ids, and empties all calls of an id; serving compares
+// each delay with one reading.
 class QueueFloor {
  public:
-  explicit QueueFloor(std::size_t calls) : count(calls) {}
+  explicit QueueFloor(std::size_t count) : ids(count) {}
 
   void Schedule() {
-    for (std::size_t index = 0; index < count; ++index) {
-      ReadClock();
-      queue.emplace_back(AddTo(&sum));
+    for (std::uint64_t& id : ids) {
+      id = LookUpAndReadClock();
+      queue.push_back({id, 0, 1, AddTo(&sum)});
     }
   }
   void Cancel(std::size_t index) {
-    queue[index] = [](std::uint64_t) {};
-  }
-  void Serve() {
-    for (; !queue.empty(); queue.pop_front()) queue.front()(1);
-  }
-
- private:
-  const std::size_t count;
-  std::uint64_t sum = 0;
-  std::deque<std::function<void(std::uint64_t)>> queue;
-};
-
-// A queue that has to be searched, as an id that several calls may share does not tell where they
-// stand.
-class SearchFloor {
- public:
-  explicit SearchFloor(std::size_t calls) : count(calls) {}
-
-  void Schedule() {
-    for (std::size_t index = 0; index < count; ++index) queue.emplace_back(index, AddTo(&sum));
-  }
-  void Cancel(std::size_t id) {
-    for (auto& [stamp, callback] : queue) {
-      if (stamp == id) callback = [](std::uint64_t) {};
+    const std::uint64_t id = ids[index];
+    auto call = std::lower_bound(queue.begin(), queue.end(), id,
+                                 [](const Call& left, auto right) { return left.stamp < right; });
+    for (; call != queue.end() && call->stamp == id; ++call) {
+      call->delay = 0;
+      call->callback = [](std::uint64_t) {};
     }
   }
-  void Serve() { queue.clear(); }
+  void Serve() {
+    const std::uint64_t now = LookUpAndReadClock();
+    for (; !queue.empty(); queue.pop_front()) {
+      const Call& front = queue.front();
+      if (now - front.stamp < front.delay) return;
+      front.callback(front.argument);
+    }
+  }
 
  private:
-  const std::size_t count;
+  struct Call {
+    std::uint64_t stamp;
+    std::uint64_t delay;
+    std::uint64_t argument;
+    std::function<void(std::uint64_t)> callback;
+  };
+
   std::uint64_t sum = 0;
-  std::deque<std::pair<std::uint64_t, std::function<void(std::uint64_t)>>> queue;
+  std::vector<std::uint64_t> ids;
+  std::deque<Call> queue;
 };
 
 template <class Calls>
@@ -254,17 +272,19 @@ void RegisterCalls(SFrameUtility* frames, std::size_t count) {
   add("ours", makeOurs);
   add("asio", makeAsio);
   add("libuv", makeUv);
-  add("floor", [=] { return std::make_unique<QueueFloor>(count); });
+  const auto makeFloor = [=] { return std::make_unique<QueueFloor>(count); };
+  add("floor", makeFloor);
   addCancel("ours", makeOurs);
   addCancel("asio", makeAsio);
   addCancel("libuv", makeUv);
-  addCancel("floor", [=] { return std::make_unique<SearchFloor>(count); });
+  addCancel("floor", makeFloor);
 }
 
 }  // namespace
 
 void RegisterFrame(const Plan& plan) {
   SFrameUtility* const frames = plan.services.frames.get();
+  ScatterHeap();
   for (const int count : Counts) {
     RegisterReactors(frames, count);
     RegisterCalls(frames, static_cast<std::size_t>(count));

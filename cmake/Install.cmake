@@ -36,6 +36,8 @@ endforeach()
 install(FILES README.md CHANGELOG.md DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev)
 install(DIRECTORY docs samples DESTINATION ${doc_folder}/common-services-dev
-        COMPONENT common-services-dev PATTERN docs/site EXCLUDE)
+        COMPONENT common-services-dev
+        PATTERN docs/site EXCLUDE
+        PATTERN samples/harbor/check EXCLUDE)
 install(DIRECTORY share/lnav DESTINATION ${CMAKE_INSTALL_DATADIR}
         COMPONENT common-services-dev)

@@ -24,7 +24,10 @@ namespace fs = std::filesystem;
 constexpr int BatchLines = 500;
 const std::string LogName = "zeb_log.txt";
 
-auto LineCount(const fs::path& path) { return std::ranges::count(ReadBytes(path), '\n'); }
+auto LineCount(const fs::path& path) {
+  const std::string bytes = ReadBytes(path);
+  return std::count(bytes.begin(), bytes.end(), '\n');
+}
 
 struct Faults : testing::Test {
   void WriteSettings(const std::string& path) {

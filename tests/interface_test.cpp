@@ -157,7 +157,8 @@ TEST(Abi, VirtualOperationsKeepTheirPlaces) {
   ExpectTable(&IFrameReactor::SetCallback, &IFrameReactor::Clear);
   ExpectTable(&Vorn::Detail::Intrudable::OnReleased);
   ExpectTable(&Log::LogError, &Log::LogWarning, &Log::LogMessage, &Log::SetLogFile,
-              &Log::SetLiveOutput, &Log::AddSideLine, &Log::ClearSideLines, &Log::SideLines);
+              &Log::SetLiveOutput, &Log::AddSideLine, &Log::ClearSideLines, &Log::SideLines,
+              &Log::Flush);
   ExpectTable(&Profiler::OpenAccumulator, &Profiler::WriteReport, &Profiler::WriteReportAndClear);
   ExpectTable(&Id::NextId, &Id::NextIdString, &Id::IdToString, &Id::JoinIdAndText,
               &Id::MakeUniqueName, &Id::OverrideCounter);

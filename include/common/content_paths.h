@@ -20,6 +20,10 @@ namespace Common {
 #pragma GCC visibility push(hidden)
 #endif
 
+/// @name Folders
+/// @{
+
+/// A folder of the content tree, as a path from the working directory.
 inline const std::string ContentRoot = "content";
 inline const std::string BinFolder = "bin";
 
@@ -42,7 +46,12 @@ inline const std::string IndustryFolder = GameFolder + "/industry";
 inline const std::string UtResultFolder = ContentRoot + "/ut_result";
 inline const std::string UtPatternFolder = ContentRoot + "/ut_pattern";
 inline const std::string AutosaveFolder = ModelsFolder + "/autosave";
+/// @}
 
+/// @name Files
+/// @{
+
+/// A file of the content tree, as its name without a folder.
 inline const std::string ConfigFileName = "config.txt";
 inline const std::string UserConfigFileName = "user.txt";
 inline const std::string ShaderCompilerFileName = "glslc.exe";
@@ -56,6 +65,7 @@ inline const std::string PalettedFragmentSpvFileName = "fragment_paletted_main.s
 inline const std::string PalettedVertexSpvFileName = "vertex_paletted_main.spv";
 inline const std::string PalettedFragmentHlslFileName = "fragment_paletted_main.hlsl";
 inline const std::string PalettedVertexHlslFileName = "vertex_paletted_main.hlsl";
+/// @}
 
 #if defined(__GNUC__)
 #pragma GCC visibility pop

@@ -21,7 +21,7 @@ namespace Harbor {
 std::shared_ptr<Log> StartLog();
 
 struct Services {
-  const Common::Kit::ScopedTimerResolution timerResolution;  // before the clock, which measures it
+  const Common::Kit::ScopedTimerResolution timerResolution{};  // the clock, made next, measures it
   const std::shared_ptr<Clock> clock = Clock::Create(Common::ManufactureTimeProvider());
   const std::shared_ptr<Log> log = StartLog();
   const std::unique_ptr<Common::Config::SConfigFile> settings{Common::ManufactureConfigFile()};

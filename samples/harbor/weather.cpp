@@ -58,5 +58,6 @@ class Weather final : public Plugin {
 }  // namespace Harbor
 
 Harbor::Plugin* StartHarborPlugin1(const Harbor::PluginHost& host) noexcept {
+  // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
   return new Harbor::Weather(host);
 }

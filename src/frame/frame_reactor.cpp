@@ -34,7 +34,8 @@ void FrameReactorImpl::operator delete(void* block, ReactorMemory& memory) {
   memory.Free(block, sizeof(FrameReactorImpl));
 }
 
-void FrameReactorImpl::operator delete(FrameReactorImpl* reactor, std::destroying_delete_t) {
+void FrameReactorImpl::operator delete(FrameReactorImpl* reactor,
+                                       std::destroying_delete_t /*tag*/) {
   // Destroyed last, since its destructor may end the utility and thereby the memory.
   const FrameCallback dropped = std::move(reactor->callback);
   ReactorMemory& memory = reactor->owner->Memory();

@@ -21,7 +21,7 @@ class FrameReactorImpl final : public IFrameReactor, public ReactorList::Place {
 
   static void* operator new(std::size_t size, ReactorMemory& memory);
   static void operator delete(void* block, ReactorMemory& memory);  // where the constructor throws
-  static void operator delete(FrameReactorImpl* reactor, std::destroying_delete_t);
+  static void operator delete(FrameReactorImpl* reactor, std::destroying_delete_t tag);
 
   void SetCallback(FrameCallback newCallback) override;
 

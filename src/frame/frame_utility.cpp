@@ -103,7 +103,7 @@ FrameUtilityImpl::Calls::iterator FrameUtilityImpl::CallOf(std::uint64_t number)
   return delayedCalls.begin() + static_cast<std::ptrdiff_t>(number - callsServed);
 }
 
-std::uint64_t FrameUtilityImpl::NumberOf(Calls::iterator call) {
+std::uint64_t FrameUtilityImpl::NumberOf(const Calls::const_iterator& call) const {
   return callsServed + static_cast<std::uint64_t>(call - delayedCalls.begin());
 }
 

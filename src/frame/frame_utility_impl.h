@@ -56,7 +56,7 @@ class FrameUtilityImpl final : public SFrameUtility {
 
   Numbers NumbersToSearch(std::uint64_t id);
   Calls::iterator CallOf(std::uint64_t number);
-  std::uint64_t NumberOf(Calls::iterator call);
+  std::uint64_t NumberOf(const Calls::const_iterator& call) const;
   void Cancel(std::uint64_t number);
 
   void RunDelayedCalls();

@@ -44,12 +44,12 @@ FrameReactorImpl* ReactorList::Before(Entries::iterator entry) {
   return entry == entries.begin() ? nullptr : std::prev(entry)->second;
 }
 
-// Lets `next` follow the reactor, or stand first where there is none.
-void ReactorList::Link(FrameReactorImpl* reactor, FrameReactorImpl* next) {
-  if (reactor == nullptr) {
-    first = next;
+// Lets `to` follow `from`, or stand first where there is no reactor in front.
+void ReactorList::Link(FrameReactorImpl* from, FrameReactorImpl* to) {
+  if (from == nullptr) {
+    first = to;
   } else {
-    reactor->following = next;
+    from->following = to;
   }
 }
 

@@ -47,7 +47,7 @@ class ReactorList {
 
  private:
   FrameReactorImpl* Before(Entries::iterator entry);
-  void Link(FrameReactorImpl* reactor, FrameReactorImpl* next);
+  void Link(FrameReactorImpl* from, FrameReactorImpl* to);
 
   Entries entries;
   FrameReactorImpl* first = nullptr;

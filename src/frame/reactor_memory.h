@@ -44,6 +44,7 @@ using PoolMemory = HeapMemory;  // Clang's library has pools from version 16 on
 using ReactorMemory = std::conditional_t<HeapIsWatched, HeapMemory, PoolMemory>;
 
 // Lets a container of the standard library live there.
+// NOLINTBEGIN(readability-identifier-naming): the names are the standard library's
 template <class T>
 struct ReactorAllocator {
   using value_type = T;
@@ -59,5 +60,6 @@ struct ReactorAllocator {
 
   ReactorMemory* memory;
 };
+// NOLINTEND(readability-identifier-naming)
 
 }  // namespace Common

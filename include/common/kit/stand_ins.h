@@ -159,8 +159,8 @@ struct StandInLog : Log::SMessageLog {
     /// Whether kind and text are the same.
     bool operator==(const Line&) const = default;
 
-    Kind kind;
-    std::string text;
+    Kind kind;         ///< which of the three operations was called
+    std::string text;  ///< what it was given
   };
 
   /// Keeps an error.

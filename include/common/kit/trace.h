@@ -49,12 +49,12 @@ class Trace {
   /// What the ring holds of one record, in microseconds. Median and percentile are the values that
   /// half and 99 % of the measurements do not exceed; each is a time that was measured.
   struct Line {
-    std::string name;  ///< accumulator and record, as `frame/simulation`
-    std::uint64_t count = 0;
-    std::uint64_t minimum = 0;
-    std::uint64_t median = 0;
-    std::uint64_t percentile99 = 0;
-    std::uint64_t maximum = 0;
+    std::string name;                ///< accumulator and record, as `frame/simulation`
+    std::uint64_t count = 0;         ///< how many measurements the ring holds of it
+    std::uint64_t minimum = 0;       ///< the shortest
+    std::uint64_t median = 0;        ///< half of them took no longer
+    std::uint64_t percentile99 = 0;  ///< 99 % of them took no longer
+    std::uint64_t maximum = 0;       ///< the longest
   };
 
   /// Makes a ring of the last `capacity` measurements; 0 keeps none. `threadName` names the thread
