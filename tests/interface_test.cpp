@@ -65,8 +65,8 @@ TEST(Singleton, WithoutMemoryForTheOwnerTheServiceStaysTheCallers) {
 
 #ifndef _WIN32
 // At file scope these end in the reverse of this order, all of them after the libraries' own.
-static std::shared_ptr<Access<struct LateService>> lateOwner;
 static const Vorn::SharedPath latePath;
+static std::shared_ptr<Access<struct LateService>> lateOwner;
 
 struct LateService {
   ~LateService() { std::cerr << "the service ended in \"" << latePath.Path().native() << '"'; }
