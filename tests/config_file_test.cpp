@@ -112,6 +112,12 @@ TEST_F(ConfigFile, UnreadableFolderEndsTheFactory) {
   fs::permissions("content/config", fs::perms::owner_all);
 }
 
+TEST_F(ConfigFile, FileThatMayBeThereIsNotReadAsEmpty) {
+  Start();
+  fs::create_symlink("loop", "loop");
+  EXPECT_EQ(FailureOf([&] { store->ReadFile("loop/file.txt"); }), "filesystem_error");
+}
+
 TEST_F(ConfigFile, HugeLineLeavesNoMemoryBehind) {
   Start();
   const auto countBytesInUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };

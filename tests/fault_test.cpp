@@ -148,7 +148,7 @@ void LimitFiles(rlim_t size) {
 
 TEST_F(Faults, ABatchThatFailsHalfwayIsNotWrittenTwice) {
   constexpr std::size_t Room = 40'000;
-  const std::string text(100, 'x');
+  const std::string text(1000, 'x');  // so that there is much to write after the failure
   std::signal(SIGXFSZ, [](int) {  // sent by each write that finds no room
     ++failedWrites;
     LimitFiles(RLIM_INFINITY);

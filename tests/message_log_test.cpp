@@ -200,10 +200,10 @@ struct BadConsole : MessageLog {
       stream->setf(std::ios::unitbuf);
       stream->exceptions(std::ios::badbit);
     }
-    log->SetLogFile("no/folder.txt");
-    EXPECT_FALSE(log->Flush()) << "and the console cannot show why";
     log->SetLiveOutput(true);
     Add(1);
+    log->SetLogFile("no/folder.txt");
+    EXPECT_FALSE(log->Flush()) << "and std::cerr cannot show why";
     log->SetLogFile(LogName);
     End();
     EXPECT_EQ(FileText(), OnDisk(Header + Lines(1)));

@@ -55,6 +55,7 @@ namespace {
 
 void* Load(const std::filesystem::path& file) {
   void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps the message for each thread apart.
   if (module == nullptr) throw std::runtime_error(dlerror());
   return module;
 }

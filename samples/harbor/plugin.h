@@ -35,6 +35,7 @@ struct Plugin {
 
 // The one function of a plugin that the host asks for: makes the plugin, which the host then owns.
 // Its name ends in the version of this header, so that a module of another version is not taken for
-// a plugin.
+// a plugin. A start that fails ends the process, as its exception would outlive the module.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 extern "C" HARBOR_PLUGIN_EXPORT Harbor::Plugin* StartHarborPlugin1(
     const Harbor::PluginHost& host) noexcept;

@@ -9,8 +9,8 @@
 namespace Harbor {
 namespace {
 
-// File systems may round the time of a change down.
-constexpr std::chrono::milliseconds TimeStampStep{20};
+// The time of a change may be rounded down, on Windows to whole seconds.
+constexpr std::chrono::seconds TimeStampStep{1};
 
 // The smallest of `values` that `percent` of them do not exceed.
 std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent) {

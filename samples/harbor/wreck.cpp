@@ -14,5 +14,6 @@ struct Wreck final : Harbor::Plugin {
 }  // namespace
 
 Harbor::Plugin* StartHarborPlugin1(const Harbor::PluginHost& host) noexcept {
+  // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
   return new Wreck(host.frames);
 }
