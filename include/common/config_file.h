@@ -9,12 +9,13 @@
 /// ```
 ///
 /// A default exists only as an argument of a read, which also adds the key. So the saved file lists
-/// everything that was ever asked for.
+/// every key that was ever asked for.
 ///
 /// A line of a file reads `key = value`. A key consists of letters, digits, `_`, `/` and `\`, and
 /// starts its line. The value is all that follows the first `=` and the white space behind it, up
 /// to the line's end. Every other line, a comment included, is reported as an error and dropped,
-/// and is gone after the next save. Only an empty line is skipped without a report.
+/// and is gone after the next save. Only an empty line, or one of carriage returns alone, is
+/// skipped without a report.
 ///
 /// What counts as a letter, a digit or white space is up to the character locale of the process, in
 /// every locale: `setlocale` decides, and a program that never calls it has the ASCII ones. The
@@ -39,12 +40,12 @@ namespace Common::Config {
 /// Settings in the byte order of their keys.
 using ConfigEntries = std::map<std::string, std::string>;
 
-/// The settings store. It and all reading of settings text serve one thread at a time, whatever the
-/// store and the text. A path given as text is UTF-8; one that holds a NUL names a file that does
-/// not exist and cannot be opened.
+/// The settings store. It serves one thread at a time, and no two texts may be read at the same
+/// time in a process. Every operation may throw `std::bad_alloc`. A path given as text is UTF-8;
+/// one that holds a NUL names a file that does not exist and cannot be opened.
 struct VORN_LNK_SHARED_TYPE SConfigFile {
-  /// Writes all settings to the file that `Save` would write. A failure is reported if there is a
-  /// log, and never thrown.
+  /// Writes all settings to the file that `Save` would write, whether they have changed or not. A
+  /// failure is reported if there is a log, and never thrown.
   virtual ~SConfigFile() = default;
 
   /// Reads settings text. Of several lines with one key the last counts. Line feeds, with or
@@ -62,7 +63,7 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// Returns the entries, none if the file does not exist. The store does not change.
   ///
   /// Throws `std::filesystem::filesystem_error` if the file is there and cannot be read whole, or
-  /// if it cannot be found out whether it is there; and as `ParseContent`.
+  /// if the system does not tell whether it is there; and as `ParseContent`.
   virtual ConfigEntries ReadFile(Vorn::SharedPath path) = 0;
 
   /// Reads a file as the other `ReadFile`, with its path given as text.
@@ -108,9 +109,9 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
 
   /// Sets the value of `key`.
   ///
-  /// Neither is tested. A key that no file can hold is kept and written, and is a bad line for the
-  /// next reader. So is a value that comes back as something else: one that opens with white space,
-  /// ends in a carriage return, or holds a line feed or a NUL.
+  /// Neither is tested; both are kept and written as they are. A key with other characters than the
+  /// format allows makes a bad line for the next reader. A value that opens with white space, ends
+  /// in a carriage return, or holds a line feed or a NUL comes back as another one.
   virtual void SetString(const std::string& key, const std::string& value) = 0;
 
   /// Sets the value of `key` to the decimal text of `value`, grouped as the global C++ locale
@@ -130,14 +131,13 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
 
 namespace Common {
 
-/// Makes the process's one settings store and fills it from the two files, neither of which need
-/// exist. The caller owns the store.
+/// Makes the process's one settings store and fills it from the two files, neither of which needs
+/// to exist. The caller owns the store.
 ///
-/// Throws `ApplicationErrorException` on every call but the first, also if that one failed;
-/// `std::filesystem::filesystem_error` for a file that is there and cannot be read, or of which
-/// that cannot be found out; and `Vorn::MissingInstance` for a bad line without a log.
-///
-/// For one thread at a time.
+/// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
+/// store has ended; `std::filesystem::filesystem_error` for a file that is there and cannot be
+/// read, or if the system does not tell whether it is there; `Vorn::MissingInstance` for a bad line
+/// without a log; and `std::bad_alloc`. For one thread at a time.
 COMMON_SERVICES_EXPORT Config::SConfigFile* ManufactureConfigFile();
 
 }  // namespace Common

@@ -1,7 +1,7 @@
 /// @file
 /// The engine's content tree: its folders as paths from the working directory, its files as bare
-/// names. The separator is "/" on every platform, and no folder ends in one. Nothing makes a folder
-/// that is missing.
+/// names. The separator is "/" on every platform, and no folder ends in one. The library makes
+/// none of the folders.
 ///
 /// ```cpp
 /// std::ifstream atlas(Common::TexturesFolder + "/atlas.png", std::ios::binary);
@@ -15,7 +15,7 @@
 
 namespace Common {
 
-// A module that shared these with others could never be unloaded.
+// Each module has its own: a module that shared them with others could never be unloaded.
 #if defined(__GNUC__)
 #pragma GCC visibility push(hidden)
 #endif
@@ -25,6 +25,8 @@ namespace Common {
 
 /// A folder of the content tree, as a path from the working directory.
 inline const std::string ContentRoot = "content";
+
+/// A folder beside the content tree, as a path from the working directory.
 inline const std::string BinFolder = "bin";
 
 inline const std::string ConfigFolder = ContentRoot + "/config";

@@ -1,6 +1,6 @@
 /// @file
-/// The per-frame scheduler. Once a frame the host calls Tick, which makes the waiting values of
-/// SMessageTotem current, runs the reactors, and runs the delayed calls that are due. Between two
+/// The per-frame scheduler. Once a frame the host calls `Tick`, which makes the waiting values of
+/// `SMessageTotem` current, runs the reactors, and runs the delayed calls that are due. Between two
 /// ticks nothing happens. All times are microseconds of the clock in the storage.
 ///
 /// ```cpp
@@ -23,41 +23,48 @@ namespace Common {
 /// was scheduled with.
 using FrameCallback = std::function<void(std::uint64_t)>;
 
-/// A callback that runs in ticks for as long as the host holds a reference to it. Releasing the
-/// last reference takes the reactor out.
+/// A callback that runs in ticks for as long as the host holds a reference to the reactor.
+/// Releasing the last reference takes the reactor out.
 ///
-/// For the thread that ticks; copies of a reference may be made and dropped on any thread, but the
+/// For the thread that ticks. Copies of a reference may be made and dropped on any thread, but the
 /// last one only on that thread. REQUIRES: the last reference goes before the utility does, and not
 /// inside the reactor's own callback.
 struct VORN_LNK_SHARED_TYPE IFrameReactor : Vorn::Intrudable {
   /// Replaces the callback, and destroys the old callable before it returns. The interval and the
-  /// time of the last firing stay. An empty function makes Tick throw std::bad_function_call.
+  /// time of the last firing stay.
   ///
-  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback; inside the
-  /// callbacks of others it may be.
+  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback. Inside the
+  /// callbacks of others it may be called.
+  ///
+  /// An empty function makes `Tick` throw `std::bad_function_call`.
   virtual void SetCallback(FrameCallback callback) = 0;
 
   /// Replaces the callback by one that does nothing, and destroys the old callable before it
-  /// returns. The reactor stays where it is.
+  /// returns. The reactor stays where it is, and goes on firing.
   ///
-  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback; inside the
-  /// callbacks of others it may be.
+  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback. Inside the
+  /// callbacks of others it may be called.
   virtual void Clear() = 0;
 };
 
 /// The scheduler of a process. For one thread at a time, which is also the thread that callbacks
 /// run on.
 ///
-/// When STimeProvider::SetOrigin sets the clock back, the waiting calls are due at once, and each
+/// When `STimeProvider::SetOrigin` sets the clock back, the waiting calls are due at once, and each
 /// reactor fires in the next tick. When it moves the clock on, what waits is due that much earlier.
 /// Ids stay as they are, so one that was given out before may be given out again.
 struct VORN_LNK_SHARED_TYPE SFrameUtility {
+  /// Drops the calls that still wait, unrun, and takes `SMessageTotem` out of the storage. A second
+  /// utility cannot be made in the same process.
+  ///
+  /// REQUIRES: every reactor has been released, and no tick is under way.
   virtual ~SFrameUtility() = default;
 
   /// Makes a reactor that fires in the first tick that finds `interval` microseconds gone since it
-  /// last fired. An interval of 0 fires in every tick. Until SetCallback is called it does nothing.
+  /// last fired. An interval of 0 fires in every tick. Until `SetCallback` is called, a reactor
+  /// that fires does nothing.
   ///
-  /// The result holds the only reference: without it there is no reactor. Throws std::bad_alloc,
+  /// The result holds the only reference: without it there is no reactor. Throws `std::bad_alloc`,
   /// and has then changed nothing. For the thread that ticks.
   ///
   /// The first interval counts from the clock's zero, so a reactor that is made long after that
@@ -72,11 +79,11 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds
   /// gone. Returns the call's id, which is the time of the clock.
   ///
-  /// Throws Vorn::MissingInstance without a clock, and std::bad_alloc; it has then queued nothing.
+  /// Throws `Vorn::MissingInstance` without a clock, and `std::bad_alloc`. Nothing is queued then.
   /// For the thread that ticks.
   ///
   /// Calls that are scheduled in the same microsecond share one id. Two calls in a row nearly
-  /// always do; see CancelCall.
+  /// always do; see `CancelCall`.
   ///
   /// Calls run strictly in the order of scheduling: one that is not yet due holds back all behind
   /// it. A call that throws, as an empty function does, stays at the front and is tried again in
@@ -95,29 +102,29 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// may cancel its own id, knowingly or because another call shares it: its callable lives until
   /// it has returned or thrown, and is then gone in either case.
   ///
-  /// Finding a call takes a time that grows with the logarithm of the number of waiting calls.
-  /// After the clock was set back it takes a walk over all of them, until none has been left
-  /// waiting.
+  /// Finding a call takes a time that grows with the logarithm of the number of waiting calls. Once
+  /// a call was scheduled after the clock had been set back, it takes a walk over all of them,
+  /// until the queue has run empty.
   virtual void CancelCall(std::uint64_t id) = 0;
 
-  /// Runs one frame: the edge of SMessageTotem, then every reactor in the order of addresses, then
-  /// the delayed calls that are due, in the order of scheduling.
+  /// Runs one frame: the edge of `SMessageTotem`, then every reactor that is due, in the order of
+  /// addresses, then the delayed calls that are due, in the order of scheduling.
   ///
   /// Lets every exception of a callback through. The edge stays applied, a reactor that threw has
-  /// fired, and what has not run waits for the next tick. Throws Vorn::MissingInstance where it
-  /// needs a clock that is not there.
+  /// fired, and what has not run waits for the next tick. Throws `Vorn::MissingInstance` in the
+  /// same way if there is no clock, which every tick reads.
   ///
   /// One thread at a time. REQUIRES: no tick is under way, so it is not called inside a callback,
   /// nor by the destructor of a callable that a tick, or the utility at its own end, destroys.
   virtual void Tick() = 0;
 };
 
-/// Makes the process's one frame utility, which the caller owns, and enters SMessageTotem into the
-/// storage until the utility ends. Calls that still wait at that time are dropped unrun.
+/// Makes the process's one frame utility, which the caller owns, and enters `SMessageTotem` into
+/// the storage until the utility ends. Needs no clock yet.
 ///
-/// Throws ApplicationErrorException on every call but the first, also after that utility is gone,
-/// and Vorn::MissingInstance if a totem stands in the storage already. For one thread at a time.
-/// REQUIRES: every reactor is released before the utility ends.
+/// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
+/// utility has ended; `Vorn::MissingInstance` if a totem stands in the storage already; and
+/// `std::bad_alloc`. For one thread at a time.
 COMMON_SERVICES_EXPORT SFrameUtility* ManufactureFrameUtility();
 
 }  // namespace Common

@@ -49,12 +49,12 @@ struct FourByteValue {
   std::uint16_t parts[2];  ///< the hosts' own
 };
 
-/// Twelve bytes of alignment 4, copied whole as FourByteValue is.
+/// Twelve bytes of alignment 4, copied whole as `FourByteValue` is.
 struct TwelveByteValue {
   std::uint32_t parts[3];  ///< the hosts' own
 };
 
-/// Eight bytes of alignment 4, copied whole as FourByteValue is.
+/// Eight bytes of alignment 4, copied whole as `FourByteValue` is.
 struct EightByteValue {
   std::uint32_t parts[2];  ///< the hosts' own
 };

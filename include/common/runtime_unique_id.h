@@ -9,8 +9,8 @@
 /// ```
 ///
 /// A prefix is what stands at the very start of a name from `/$` to the first `#` behind it,
-/// whatever lies between. `/$17#` and `/$#` are prefixes, and so is `/$quay` with its `#`; `/$17`
-/// without a `#` is none, and in `a/$17#b` it is part of the name.
+/// whatever lies between: `/$17#`, `/$#` and `/$quay#` are prefixes. `/$17` is none, because it has
+/// no `#`, and neither is the middle of `a/$17#b`.
 #pragma once
 
 #include <common/common_services_export.h>
@@ -35,7 +35,8 @@ namespace Common::Unique {
 /// The id service. It serves one thread at a time, and its operations throw nothing but
 /// `std::bad_alloc`.
 struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
-  /// REQUIRES: no override is left.
+  /// Ends the service. A second one cannot be made in the same process. REQUIRES: no override is
+  /// left.
   virtual ~SRuntimeUniqueId() = default;
 
   /// Takes the next id and returns it. The first is 1; after the largest comes the smallest.
@@ -51,11 +52,12 @@ struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
   virtual std::string JoinIdAndText(std::string_view text, std::int64_t id) = 0;
 
   /// Takes one id and returns `name` behind a prefix with it, in place of all prefixes that the
-  /// name opens with. Of an empty name, or one that is nothing but prefixes, `/object` is made.
+  /// name opens with. An empty name, or one that is nothing but prefixes, counts as `/object`.
   virtual std::string MakeUniqueName(std::string_view name) = 0;
 
   /// Puts the service on a new counter that stands at `value`: the next id is one above. When the
-  /// returned override ends, the counter before it goes on where it was.
+  /// returned override ends, the counter before it goes on where it was. Without memory for an
+  /// override nothing changes.
   ///
   /// Whether ids are unique across counters is up to the caller.
   virtual Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) = 0;
@@ -63,7 +65,8 @@ struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
 
 /// Makes the process's one id service. The caller owns it.
 ///
-/// Throws `ApplicationErrorException` on every call but the first. For one thread at a time.
+/// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
+/// service has ended; and `std::bad_alloc`. For one thread at a time.
 COMMON_SERVICES_EXPORT SRuntimeUniqueId* Manufacture();
 
 }  // namespace Common::Unique

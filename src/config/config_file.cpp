@@ -6,6 +6,7 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <system_error>
 #include <utility>
 
 #include "../output_file.h"

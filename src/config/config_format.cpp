@@ -81,7 +81,7 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name,
     rest.remove_prefix(lineEnd == std::string_view::npos ? rest.size() : lineEnd + 1);
     if (line.empty()) continue;
     if (MatchLine(line)) {
-      // The end is where a sorted file goes on.
+      // In a sorted file each entry belongs at the end.
       entries.insert_or_assign(entries.end(), CapturedKey, CapturedValue);
     } else {
       report(DescribeBadLine(name, lineNumber, line));
@@ -92,8 +92,9 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name,
 
 std::string FormatEntryLines(const ConfigEntries& entries) {
   std::size_t size = 0;
-  for (const auto& [key, value] : entries)
+  for (const auto& [key, value] : entries) {
     size += key.size() + KeyValueSeparator.size() + value.size() + 1;
+  }
   std::string text;
   text.reserve(size);
   for (const auto& [key, value] : entries) {

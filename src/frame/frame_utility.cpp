@@ -16,12 +16,12 @@ using TotemAccess = Vorn::Singleton<SMessageTotem, std::shared_ptr>;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// What a cancelled call is overwritten with, but for its stamp.
+// A cancelled call takes over all of this but the stamp.
 const DelayedCall EmptyCall{0, 0, 0, [](std::uint64_t) {}};
 
 std::uint64_t instanceCount = 0;
 
-// Holds for as long as it lives, also where a callback throws.
+// Sets a mark for as long as it lives, also where a callback throws.
 struct ScopedMark {
   explicit ScopedMark(bool* mark) : mark(mark) { *mark = true; }
   ~ScopedMark() { *mark = false; }
@@ -35,7 +35,7 @@ struct ScopedMark {
 std::shared_ptr<TotemAccess> RegisterTotem() {
   auto record = std::make_unique<SMessageTotem>();
   auto owner = TotemAccess::Create(record.get());
-  record.release();  // the owner's from here on
+  record.release();  // the owner deletes it from here on
   return owner;
 }
 
@@ -57,6 +57,7 @@ void ApplyFrameEdge(SMessageTotem& record) {
 FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()) {}
 
 FrameUtilityImpl::~FrameUtilityImpl() {
+  assert(!isTicking && "a frame utility is not ended by a tick of its own");
   const ScopedMark ending(&isTicking);  // a callable's destructor must not tick
   while (!delayedCalls.empty()) PopFront();
 }
@@ -88,7 +89,7 @@ void FrameUtilityImpl::CancelCall(std::uint64_t id) {
   }
 }
 
-// Those of the calls with this id where the order of the stamps tells, else all.
+// The calls with this id, if the stamps are in order; otherwise all calls.
 FrameUtilityImpl::Numbers FrameUtilityImpl::NumbersToSearch(std::uint64_t id) {
   if (!stampsAscend) return {callsServed, callsServed + delayedCalls.size()};
   const auto first = std::lower_bound(
@@ -160,7 +161,11 @@ void FrameUtilityImpl::PopFront() {
 }
 
 SFrameUtility* ManufactureFrameUtility() {
-  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instaces of frame utility!");
+  ++instanceCount;
+  if (instanceCount > 1) {
+    // Hosts are promised this text, its odd spelling included.
+    throw ApplicationErrorException("Multiple instaces of frame utility!");
+  }
   return new FrameUtilityImpl;
 }
 

@@ -27,7 +27,7 @@ void ReactorList::Remove(const FrameReactorImpl* reactor) {
 }
 
 void ReactorList::React(std::uint64_t frameNumber) {
-  // Also where a callback throws.
+  // No reactor is running any more when this ends, also where a callback throws.
   struct Unmark {
     ~Unmark() { running = nullptr; }
     const FrameReactorImpl*& running;

@@ -35,7 +35,8 @@ class PoolMemory {
   void Free(void* memory, std::size_t size) { pool.deallocate(memory, size); }
 
  private:
-  std::pmr::unsynchronized_pool_resource pool;
+  // Whatever the host makes the default resource may end before the utility does.
+  std::pmr::unsynchronized_pool_resource pool{std::pmr::new_delete_resource()};
 };
 #else
 using PoolMemory = HeapMemory;  // Clang's library has pools from version 16 on
@@ -43,13 +44,13 @@ using PoolMemory = HeapMemory;  // Clang's library has pools from version 16 on
 
 using ReactorMemory = std::conditional_t<HeapIsWatched, HeapMemory, PoolMemory>;
 
-// Lets a container of the standard library live there.
+// Lets a container of the standard library take its memory from there.
 // NOLINTBEGIN(readability-identifier-naming): the names are the standard library's
 template <class T>
 struct ReactorAllocator {
   using value_type = T;
 
-  explicit ReactorAllocator(ReactorMemory* source) : memory(source) {}
+  explicit ReactorAllocator(ReactorMemory* memory) : memory(memory) {}
   template <class U>
   ReactorAllocator(const ReactorAllocator<U>& other) : memory(other.memory) {}
 

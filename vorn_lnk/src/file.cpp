@@ -1,8 +1,8 @@
 #include <vorn_lnk/file>
 
 #include <cerrno>
-#include <fstream>
-#include <locale>
+#include <cstdio>
+#include <memory>
 #include <system_error>
 
 #include "path_text.h"
@@ -11,6 +11,21 @@ namespace Vorn {
 namespace {
 
 constexpr std::size_t ChunkSize = 64 * 1024;
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// Not a std::ifstream: Clang's library takes a failure to read, as of a folder, for the file's end.
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+File OpenToRead(const std::filesystem::path& path) {
+#ifdef _WIN32
+  return File(_wfopen(path.c_str(), L"rb"));
+#else
+  return File(std::fopen(path.c_str(), "rb"));
+#endif
+}
 
 [[noreturn]] void ThrowReadError(const SharedPath& path, std::error_code reason) {
   throw std::filesystem::filesystem_error("cannot read whole file", path, reason);
@@ -28,17 +43,16 @@ std::string ReadWholeFileToString(const SharedPath& path) {
     ThrowReadError(path, std::make_error_code(std::errc::invalid_argument));
   }
   errno = 0;
-  std::ifstream file;
-  file.imbue(std::locale::classic());  // bytes, whatever the host's global locale makes of them
-  file.open(path.Path(), std::ios::in | std::ios::binary);
-  if (!file) ThrowReadError(path, LastSystemError());
+  const File file = OpenToRead(path.Path());
+  if (file == nullptr) ThrowReadError(path, LastSystemError());
   std::string content;
   std::string chunk(ChunkSize, '\0');
+  std::size_t count = 0;
   do {
-    file.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    content.append(chunk, 0, static_cast<std::size_t>(file.gcount()));
-  } while (file);
-  if (file.bad()) ThrowReadError(path, LastSystemError());
+    count = std::fread(chunk.data(), 1, chunk.size(), file.get());
+    content.append(chunk, 0, count);
+  } while (count == chunk.size());
+  if (std::ferror(file.get()) != 0) ThrowReadError(path, LastSystemError());
   return content;
 }
 

@@ -2,15 +2,25 @@
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include <climits>
 #endif
 
 namespace Vorn::Detail {
 
 #ifdef _WIN32
 
+// The system counts in 32 bits. A text that is too long for that names nothing, and neither does
+// what is left of it.
+template <class Text>
+int SizeFor32Bits(const Text& text) {
+  constexpr std::size_t Largest = INT_MAX;
+  return static_cast<int>(text.size() < Largest ? text.size() : Largest);
+}
+
 // The system's own conversions put U+FFFD where those of the standard library throw.
 std::wstring ToNativeText(const std::string& text) {
-  const int size = static_cast<int>(text.size());
+  const int size = SizeFor32Bits(text);
   const int wideSize = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
   std::wstring wide(static_cast<std::size_t>(wideSize), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), wideSize);
@@ -18,7 +28,7 @@ std::wstring ToNativeText(const std::string& text) {
 }
 
 std::string ToUtf8(const std::wstring& nativeText) {
-  const int size = static_cast<int>(nativeText.size());
+  const int size = SizeFor32Bits(nativeText);
   const int utf8Size =
       WideCharToMultiByte(CP_UTF8, 0, nativeText.data(), size, nullptr, 0, nullptr, nullptr);
   std::string utf8(static_cast<std::size_t>(utf8Size), '\0');

@@ -1,3 +1,3 @@
 #include <vorn_lnk/standard_library>
 
-void Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(const ModeSample*) {}
+void Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(const ModeSample* /*unused*/) {}
