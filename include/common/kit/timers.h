@@ -115,9 +115,10 @@ class Timers {
  private:
   enum Kind : bool { NoRepeat, Repeat };
 
-  static constexpr std::size_t InBatch = std::numeric_limits<std::size_t>::max();
-  static constexpr std::size_t NoSlot = std::numeric_limits<std::size_t>::max();
-  static constexpr std::uint64_t Never = std::numeric_limits<std::uint64_t>::max();
+  // In parentheses, since <windows.h> may have made a macro of the name.
+  static constexpr std::size_t InBatch = (std::numeric_limits<std::size_t>::max)();
+  static constexpr std::size_t NoSlot = InBatch;
+  static constexpr std::uint64_t Never = (std::numeric_limits<std::uint64_t>::max)();
 
   // What a timer keeps while it waits. A slot is used again for later timers, whose sequence tells
   // them apart.
@@ -245,7 +246,7 @@ class Timers {
   }
 
   void RunDueTimers() {
-    if (heapSize == 0) return;
+    if (heapSize == 0 || isRunning) return;  // a tick inside a tick, which the host must not make
     const std::uint64_t now = ReadClock() - origin;
     while (heapSize > 0 && heap[0].time <= now) {
       const Due due = heap[0];

@@ -90,8 +90,8 @@ class Trace {
   void WriteJson(std::ostream& out) const { WriteJson(out, {this}); }
 
   /// Writes several rings into one file, each as a thread of its own, in the order of `traces`.
-  /// Otherwise as the other WriteJson. REQUIRES: no pointer is null,
-  /// and no ring is filled at the same time.
+  /// Otherwise as the other WriteJson. REQUIRES: no pointer is null, and no ring is filled at the
+  /// same time.
   static void WriteJson(std::ostream& out, const std::vector<const Trace*>& traces) {
     Write(out, "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[");
     std::string separator = "\n";
@@ -141,6 +141,8 @@ class Trace {
 
   // Null where there is no memory for a new one.
   Accumulator* FindAccumulator(const AccumulatorHandle& handle) noexcept {
+    assert(handle.records != nullptr && handle.position < handle.records->size() &&
+           "the handle came from no profiler");
     const std::string& name = handle.records->front().name;
     Accumulator*& recent = recentAccumulators[PlaceAmongRecent(handle.records)];
     if (recent == nullptr || recent->name != name) recent = FindOrMakeAccumulator(name);
@@ -176,7 +178,8 @@ class Trace {
                                std::size_t position) noexcept {
     try {
       std::vector<std::uint32_t>& byPosition = accumulator.namesByPosition;
-      if (position >= byPosition.size()) byPosition.resize(position + 1, NoName);
+      // Unlike push_back, resize would keep a plugin loaded that is built without optimization.
+      while (byPosition.size() <= position) byPosition.push_back(NoName);
       std::uint32_t index = 0;
       while (index < names.size() && !names[index].IsOf(accumulator, record)) ++index;
       if (index == names.size()) names.push_back({&accumulator, record});
@@ -316,6 +319,7 @@ class TracedMeasurement {
         accumulator(trace.FindAccumulator(handle)),
         nameInTrace(trace.FindName(accumulator, handle)) {}
 
+  /// Ends the measurement of the present record, which goes into the trace.
   ~TracedMeasurement() {
     const Running running = Present();
     handle.Stop();
