@@ -10,7 +10,7 @@ namespace Common {
 // stream bad. Width, fill and the other settings of a host's own output play no part. But nothing
 // leaves the call, whatever the host's buffer throws and whichever failures the host wants thrown.
 // `write` itself cannot promise that: it flushes in a destructor, where an exception ends the
-// process.
+// process. `pthread_cancel` waits until it returns.
 void InsertQuietly(std::ostream& stream, std::string_view bytes) noexcept;
 
 }  // namespace Common

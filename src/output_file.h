@@ -48,7 +48,7 @@ class OutputFile final : public std::streambuf {
   bool WriteBytes(const char* bytes, std::streamsize count) noexcept;
   void Close() noexcept;
 
-  const CancellationPause pause;
+  const CancellationPause pause;  // until the file is closed
   std::span<char> buffer;
   int descriptor;
 };

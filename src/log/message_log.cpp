@@ -162,7 +162,7 @@ void MessageLogImpl::PublishLastLine() noexcept {
   if (!liveOutput) return;
   CopyToConsole(pendingLines.back());
   if (pendingLines.size() < BatchLineCount) return;
-  WritePendingLines();  // what a file that cannot be opened has not taken is lost
+  WritePendingLines();  // a file that cannot be opened loses the lines
   pendingLines.clear();
 }
 

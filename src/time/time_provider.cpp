@@ -8,6 +8,7 @@
 #include <chrono>
 #include <iostream>
 #include <limits>
+#include <locale>
 #include <sstream>
 #include <thread>
 

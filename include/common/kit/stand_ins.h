@@ -194,7 +194,7 @@ struct StandInLog : Log::SMessageLog {
   /// Keeps the name and opens nothing.
   void SetLogFile(const std::string& fileName) override { logFile = fileName; }
 
-  /// Keeps the wish and prints nothing.
+  /// Keeps `on` and prints nothing.
   void SetLiveOutput(bool on) override { liveOutput = on; }
 
   /// Keeps a side line.
@@ -236,8 +236,8 @@ struct StandInLog : Log::SMessageLog {
 /// can be read and written; paths are compared byte for byte; numbers ignore the locale. For one
 /// thread.
 struct StandInSettings : Config::SConfigFile {
-  /// The service that it stands in for. The service itself does not live in the storage; a host
-  /// may put it there.
+  /// The service that it stands in for. No library looks for it in the storage, but a host's code
+  /// may.
   using Service = Config::SConfigFile;
 
   /// As the service.

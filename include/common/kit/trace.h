@@ -43,7 +43,7 @@ class TracedMeasurement;
 /// its record is first measured, as the record itself does; nothing else allocates while measuring.
 /// Where there is no memory for a name, the ring goes without that measurement.
 ///
-/// For one thread at a time. REQUIRES: outlives its measurements.
+/// For one thread at a time. REQUIRES: it outlives its measurements.
 class Trace {
  public:
   /// What the ring holds of one record, in microseconds. Median and percentile are the values that
@@ -304,8 +304,8 @@ class Trace {
   std::string threadName;
 };
 
-/// Used as ScopedMeasurement: stops its measurement when the scope ends, by whatever way. Each
-/// record that ends through it goes into the trace too. Costs no clock reading of its own.
+/// Used as ScopedMeasurement: ends a measurement with its scope, in whichever way that is left.
+/// Each record that ends through it goes into the trace too. Costs no clock reading of its own.
 ///
 /// The rules for nested measurements are those of AccumulatorHandle: a record that somebody else
 /// has stopped adds nothing to the trace, either.
