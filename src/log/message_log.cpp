@@ -37,6 +37,7 @@ std::int32_t instanceCount = 0;
 // mistake of the host's and stops here, since the lock would never come.
 class LineMutex {
  public:
+  // NOLINTBEGIN(readability-identifier-naming): the names are the standard library's
   void lock() {
     assert(!IsHeldByThisThread() && "a log call was made from inside a log call");
     if (IsHeldByThisThread()) {
@@ -50,6 +51,7 @@ class LineMutex {
     holder.store(std::thread::id(), std::memory_order_relaxed);
     mutex.unlock();
   }
+  // NOLINTEND(readability-identifier-naming)
 
   // Only the thread itself ever stores its own id, so its answer is sure without an order.
   bool IsHeldByThisThread() const noexcept {
