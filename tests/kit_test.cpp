@@ -44,16 +44,15 @@ TEST_F(KitTrace, SummarizesWhatTheRingHolds) {
   EXPECT_EQ(line.maximum / 1'000'000, 100U);
 }
 
-TEST_F(KitTrace, NamesRecordsInTheOrderOfFirstUseAndAddsUpToTheProfiler) {
+TEST_F(KitTrace, KeepsEachRecordThatEndsInTheOrderOfFirstUse) {
   {
-    TracedMeasurement outer(profiler->OpenAccumulator("z"), trace);
-    TracedMeasurement(profiler->OpenAccumulator("a"), trace).GoOnTo("b");
-    outer.GoOnTo("y");
-    outer.GoOnTo("y");
+    TracedMeasurement measurement(profiler->OpenAccumulator("z"), trace);
+    measurement.GoOnTo("a");
+    measurement.GoOnTo("a");
   }
-  std::vector<std::string> names;
-  for (const Trace::Line& line : trace.Summarize()) names.push_back(line.name);
-  EXPECT_EQ(names, (std::vector<std::string>{"z/z", "a/a", "a/b", "z/y"}));
+  ASSERT_EQ(trace.Summarize().size(), 2U);
+  EXPECT_EQ(trace.Summarize().front().name, "z/z");
+  EXPECT_EQ(trace.Summarize().back().name, "z/a");
   EXPECT_EQ(trace.Summarize().back().count, 2U);
 }
 
@@ -155,46 +154,17 @@ TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
   GroupDigits();
   const double third = 1.0 / 3.0;
   for (int times = 0; times < 2; ++times) {
-    EXPECT_EQ(reader.ReadText("text", "a b"), "a b");
-    EXPECT_EQ(reader.ReadInt("int", -1, 0, 9), -1) << "a fallback may stand outside the range";
+    EXPECT_EQ(reader.ReadInt("int", -1234, 0, 9), -1234) << "may stand outside the range";
     EXPECT_EQ(reader.ReadFloat("float", third, 0.0, 1.0), third);
-    EXPECT_EQ(reader.ReadFloat("large", 1234567.5, 0.0, 1e9), 1234567.5);
     EXPECT_FALSE(reader.ReadSwitch("switch", false));
     EXPECT_EQ(reader.ReadChoice("choice", "none", {"some"}), "none");
   }
-  EXPECT_EQ(settings.entries.at("large"), "1234567.5");
   EXPECT_EQ(settings.entries.at("switch"), "off");
   EXPECT_EQ(Warnings(), std::vector<std::string>());
 }
 
-TEST_F(KitSettings, ShowTheKeysThatNobodyAskedFor) {
-  reader.ReadText("text", "");
-  reader.ReadInt("int", 0, 0, 0);
-  const Config::ConfigEntries file{{"itn", "1"}, {"int", "1"}, {"Text", "x"}, {"text", "y"}};
-  EXPECT_EQ(reader.UnaskedKeys(file), (std::vector<std::string>{"Text", "itn"}));
-}
-
-// ---- Stand-ins, beside the services that they stand in for.
-
-TEST(KitStandIns, ReadAndWriteSettingsAsTheStoreDoes) {
-  StoredLog log;
-  const std::unique_ptr<Config::SConfigFile> store(ManufactureConfigFile());
-  StandInSettings settings;
-  const std::string text =
-      "a = 1\r\r\nb=\tx y \n = 2\n\n c = 3\nd.e = 4\nf\\/_ = a\0b\na = 5= \nbad"
-      "\r\n\r\n \ng =";
-  EXPECT_EQ(settings.ParseContent(text, "n"), store->ParseContent(text, "n"));
-  const std::vector<std::string> errors = ErrorsOf(log);
-  ASSERT_EQ(errors.size() % 2, 0U);
-  const auto middle = errors.begin() + static_cast<std::ptrdiff_t>(errors.size() / 2);
-  EXPECT_EQ(std::vector(errors.begin(), middle), std::vector(middle, errors.end()));
-  for (const std::string number : {"+5", "-5", "+-5", "", " 5", "5 ", "0x5", "007", "-2147483648",
-                                   "2147483648", "-0", "5.0", "+"}) {
-    settings.SetString("n", number);
-    store->SetString("n", number);
-    EXPECT_EQ(settings.GetInt("n", 77), store->GetInt("n", 77)) << number;
-  }
-}
+// ---- Stand-ins. The fuzz targets compare the settings with the store's, and the clock's tests
+// compare the signals.
 
 TEST(KitStandIns, KeepFilesInMemory) {
   StandInSettings settings;
@@ -206,42 +176,15 @@ TEST(KitStandIns, KeepFilesInMemory) {
   EXPECT_TRUE(settings.ReadFile("missing").empty());
 }
 
-TEST(KitStandIns, MakeSignalsOfTheServicesFormulas) {
-  StoredClock clock;
-  const std::unique_ptr<STimeProvider> service(ManufactureTimeProvider());
-  for (std::uint32_t kind = 0; kind <= 5; ++kind) {
-    for (const float duty : {-1.0F, 0.0F, 0.3F, 1.0F, std::nanf("")}) {
-      const auto ours = clock->MakePeriodic(PeriodicKind{kind}, 7, duty);
-      const auto theirs = service->MakePeriodic(PeriodicKind{kind}, 7, duty);
-      for (clock->now = 0; clock->now < 9; ++clock->now)
-        EXPECT_EQ(ours->GetValue(), theirs->GetValue()) << kind << ' ' << duty << ' ' << clock->now;
-    }
-  }
-}
-
-TEST(KitStandIns, MoveTheClockByWaitsFillersAndOrigins) {
+TEST(KitStandIns, MoveTheClockByWaitsAndFillers) {
   Kit::StandInClock clock;
   clock.now = 0 - std::uint64_t{10};
   {
     const auto filler = clock.MakeTimeFiller(100);
     clock.Wait(30);
+    EXPECT_EQ(clock.now, 20U);
   }
   EXPECT_EQ(clock.now, 90U);
-  clock.SetOrigin(40);
-  EXPECT_EQ(clock.now, 50U);
-  clock.SetOrigin(0);
-  EXPECT_EQ(clock.now, 90U) << "the raw reading";
-}
-
-TEST(KitStandIns, KeepSideLinesAndLeaveTheStorageWithTheirOwner) {
-  StoredLog log;
-  EXPECT_EQ(FailureOf([] { StoredLog another; }), DoubleInstancing);
-  log->AddSideLine("x");
-  EXPECT_EQ(log->SideLines(), std::vector<std::string>{"x\n"});
-  log->ClearSideLines();
-  EXPECT_TRUE(log->SideLines().empty());
-  log.Remove();
-  EXPECT_EQ(FailureOf([] { Access<Log::SMessageLog>::Get(); }), NoInstance);
 }
 
 #ifdef _WIN32

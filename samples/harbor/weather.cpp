@@ -57,6 +57,7 @@ class Weather final : public Plugin {
 }  // namespace
 }  // namespace Harbor
 
+// NOLINTNEXTLINE(bugprone-exception-escape)
 Harbor::Plugin* StartHarborPlugin1(const Harbor::PluginHost& host) noexcept {
   // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
   return new Harbor::Weather(host);
