@@ -4,6 +4,8 @@
 #include <span>
 #include <streambuf>
 
+#include "cancellation_pause.h"
+
 namespace Common {
 
 // A file that is open for writing, in text mode and without locking others out. The streams of the
@@ -46,6 +48,7 @@ class OutputFile final : public std::streambuf {
   bool WriteBytes(const char* bytes, std::streamsize count) noexcept;
   void Close() noexcept;
 
+  const CancellationPause pause;  // until the file is closed
   std::span<char> buffer;
   int descriptor;
 };

@@ -21,8 +21,8 @@ inline std::uint64_t ReadMonotonicMicroseconds() {
 }
 
 // Hidden, so that each module has a calibration of its own. One that were shared would be a unique
-// symbol, and a module that defines one stays loaded until the process ends. A pragma, as systems
-// without visibility warn of the attribute.
+// symbol, and a module that defines one stays loaded until the process ends. It is a pragma, since
+// systems without visibility warn of the attribute.
 #pragma GCC visibility push(hidden)
 
 /// How many nanoseconds a measurement spends on reading the clock, once to start and once to stop:

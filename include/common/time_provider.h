@@ -41,10 +41,11 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   ///
   /// One thread. REQUIRES: no other thread is using the clock, a filler or a signal.
   ///
-  /// Whoever kept an earlier reading of `Now` finds it shifted. Signals jump to their new phase. A
-  /// filler that is alive takes the shift for time that has passed, or has not: it ends earlier or
-  /// later, but never waits for more than its whole length. What happens to reactors and delayed
-  /// calls stands in `<common/frame_utility.h>`. Best called right after manufacture.
+  /// Earlier readings of `Now` no longer compare with later ones. Signals jump to their new phase.
+  /// A filler that is alive takes a shift forward for time that has passed, and one backward for
+  /// time still to come: it ends earlier or later, but never waits for more than its whole length.
+  /// What happens to reactors and delayed calls stands in `<common/frame_utility.h>`. Best called
+  /// right after manufacture.
   virtual void SetOrigin(std::uint64_t rawMicroseconds) = 0;
 
   /// Reads the clock: whole microseconds, rounded down, since its manufacture or since the origin
@@ -66,8 +67,10 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   virtual void Wait(std::uint64_t microseconds) = 0;
 
   /// Makes a scope last for at least `microseconds`: when the last reference to the result goes, it
-  /// waits, as `Wait` does, for what is left of them since this call. Nothing is left where the
-  /// scope has taken longer, or of a length of 2^63 and more. Throws std::bad_alloc.
+  /// waits, as `Wait` does, for what is left of them since this call. It does not wait where the
+  /// scope has taken longer already, nor for a length of 2^63 or more.
+  ///
+  /// Throws std::bad_alloc.
   ///
   /// Any thread. REQUIRES: the filler ends before the clock does.
   ///
@@ -80,14 +83,17 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   /// look the same whatever format, width or locale the stream has been given. They are not flushed
   /// unless the stream has `std::unitbuf` set.
   ///
-  /// Throws Vorn::MissingInstance if the storage holds no clock: that is the one it measures. One
-  /// thread at a time, as for any use of `std::cout` together with other output.
+  /// Throws Vorn::MissingInstance if the storage holds no clock: the one in the storage is what it
+  /// measures. No trouble with the console reaches the caller.
+  ///
+  /// One thread at a time, as for any use of `std::cout` together with other output.
   virtual void RunTimingCheck() = 0;
 
   /// Makes a signal of this clock; see `IPeriodic`. `period` is in microseconds; where it is 0, the
   /// phase stays at 0.0. `duty` is the share of the period at which a square falls and a triangle
-  /// peaks: it is clamped to 0.0 to 1.0, what is not a number counts as 0.0, and other kinds ignore
-  /// it. Throws std::bad_alloc.
+  /// peaks: it is clamped to 0.0 to 1.0, a NaN counts as 0.0, and other kinds ignore it.
+  ///
+  /// Throws std::bad_alloc.
   ///
   /// Any thread. With periods above 16.8 s the phase moves in steps and may reach 1.0, as it has
   /// single precision.

@@ -13,8 +13,8 @@
 #include <thread>
 #include <utility>
 
+#include "../console.h"
 #include "../output_file.h"
-#include "console.h"
 #include "time_stamp.h"
 
 namespace Common {
@@ -37,6 +37,7 @@ std::int32_t instanceCount = 0;
 // mistake of the host's and stops here, since the lock would never come.
 class LineMutex {
  public:
+  // NOLINTBEGIN(readability-identifier-naming): the names are the standard library's
   void lock() {
     assert(!IsHeldByThisThread() && "a log call was made from inside a log call");
     if (IsHeldByThisThread()) {
@@ -50,6 +51,7 @@ class LineMutex {
     holder.store(std::thread::id(), std::memory_order_relaxed);
     mutex.unlock();
   }
+  // NOLINTEND(readability-identifier-naming)
 
   // Only the thread itself ever stores its own id, so its answer is sure without an order.
   bool IsHeldByThisThread() const noexcept {
@@ -112,10 +114,7 @@ MessageLogImpl::MessageLogImpl() {
   AddHeader();
 }
 
-MessageLogImpl::~MessageLogImpl() {
-  const CancellationPause pause;
-  WritePendingLines();
-}
+MessageLogImpl::~MessageLogImpl() { WritePendingLines(); }
 
 void MessageLogImpl::MovePreviousLogAway() {
   if (!std::filesystem::exists(std::filesystem::path(logFile))) return;
@@ -163,15 +162,14 @@ void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text)
 
 void MessageLogImpl::PublishLastLine() noexcept {
   if (!liveOutput) return;
-  const CancellationPause pause;
   CopyToConsole(pendingLines.back());
   if (pendingLines.size() < BatchLineCount) return;
-  WritePendingLines();  // what a file that cannot be opened has not taken is lost
+  WritePendingLines();  // a file that cannot be opened loses the lines
   pendingLines.clear();
 }
 
-// Only an error opens with the prefix's first byte: other lines open with a digit or with the
-// warning's.
+// One byte tells: only an error opens with the first byte of its prefix. A warning opens with that
+// of its own, and a plain line with a digit of the stamp.
 void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   InsertQuietly(line.front() == ErrorPrefix.front() ? std::cerr : std::cout, line);
 }
@@ -180,7 +178,6 @@ bool MessageLogImpl::Flush() {
   if (lineMutex.IsHeldByThisThread()) return false;
   try {
     const std::lock_guard lock(lineMutex);
-    const CancellationPause pause;
     if (pendingLines.empty()) return true;
     if (!WritePendingLines()) return false;
     pendingLines.clear();
@@ -206,8 +203,7 @@ bool MessageLogImpl::WritePendingLines() noexcept {
 void MessageLogImpl::ReportFailedOpen() noexcept {
   try {
     InsertQuietly(std::cerr, "Failed to open log file for writing: " + logFile.String() + '\n');
-  } catch (const std::exception&) {  // no memory for the text: the failure of a log has nowhere
-                                     // else to go
+  } catch (const std::exception&) {  // no memory for the text, and no other place to tell of it
   }
 }
 

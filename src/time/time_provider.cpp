@@ -8,9 +8,11 @@
 #include <chrono>
 #include <iostream>
 #include <limits>
+#include <locale>
 #include <sstream>
 #include <thread>
 
+#include "../console.h"
 #include "periodic_signals.h"
 
 namespace Common {
@@ -43,15 +45,6 @@ std::string FormatTimingLine(std::uint64_t microseconds) {
   line.imbue(std::locale::classic());
   line << microseconds << "us : " << static_cast<float>(microseconds) * 1e-6F << "s\n";
   return line.str();
-}
-
-// Past the stream's formatting, where a width would pad the line, and past its sentry, which
-// flushes in a destructor, where an exception would end the process.
-void Print(const std::string& line) {
-  if (!std::cout.good()) return;
-  std::cout.rdbuf()->sputn(line.data(), static_cast<std::streamsize>(line.size()));
-  const bool isFlushedAlways = (std::cout.flags() & std::ios::unitbuf) != 0;
-  if (isFlushedAlways) std::cout.rdbuf()->pubsync();
 }
 
 }  // namespace
@@ -141,7 +134,7 @@ void TimeProviderImpl::RunTimingCheck() {
   constexpr std::array<std::int32_t, 6> fillMilliseconds{1000, 500, 250, 125, 75, 30};
   for (const std::int32_t milliseconds : fillMilliseconds) {
     const std::uint64_t elapsed = FillScope(static_cast<std::uint64_t>(milliseconds) * 1000);
-    Print(FormatTimingLine(elapsed));
+    InsertQuietly(std::cout, FormatTimingLine(elapsed));
   }
 }
 

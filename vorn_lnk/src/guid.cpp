@@ -21,7 +21,7 @@ std::atomic<std::uint64_t> lastTick = 0;
 std::uint64_t ReadTick() {
   const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
   const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch);
-  const auto count = static_cast<std::uint64_t>(std::max(nanoseconds.count(), std::int64_t{0}));
+  const auto count = static_cast<std::uint64_t>(std::max<std::int64_t>(nanoseconds.count(), 0));
   const std::uint64_t fraction =
       count % NanosecondsPerMillisecond * TicksPerMillisecond / NanosecondsPerMillisecond;
   return count / NanosecondsPerMillisecond * TicksPerMillisecond + fraction;

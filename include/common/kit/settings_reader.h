@@ -74,9 +74,10 @@ class SettingsReader {
 
   /// The value of `key` as a number from `lowest` to `highest`, both included: decimal digits, with
   /// an optional sign, fraction behind a "." and exponent, whatever the locale. Hexadecimal
-  /// numbers, infinities, "nan" and numbers that a double does not hold are wrong. A bound may be
-  /// infinite. A missing key is added in digits that read back as the same number. REQUIRES:
-  /// `fallback` is finite.
+  /// numbers, infinities, "nan" and numbers too large for a double are wrong. A bound may be
+  /// infinite. A missing key is added in digits that read back as the same number.
+  ///
+  /// REQUIRES: `fallback` is finite.
   double ReadFloat(const std::string& key, double fallback, double lowest, double highest) {
     assert(std::isfinite(fallback) && "the fallback of a setting is finite");
     const std::string text = Ask(key, FormatFloat(fallback));
@@ -143,7 +144,7 @@ class SettingsReader {
     if (warned != warnedTexts.end() && warned->second == text) return;
     log.LogWarning("Setting '" + key + "' is '" + text + "', not " + wanted + "; using " + used +
                    ".");
-    warnedTexts.erase(key);
+    warnedTexts.erase(key);  // to assign by key would keep a plugin loaded
     warnedTexts.emplace(key, text);
   }
 
@@ -174,10 +175,6 @@ class SettingsReader {
     return std::nullopt;
   }
 
-  static std::size_t CountDigits(std::string_view text) {
-    return std::min(text.find_first_not_of("0123456789"), text.size());
-  }
-
   static bool TakeOneOf(std::string_view& text, std::string_view bytes) {
     if (text.empty() || bytes.find(text.front()) == std::string_view::npos) return false;
     text.remove_prefix(1);
@@ -185,7 +182,7 @@ class SettingsReader {
   }
 
   static std::size_t TakeDigits(std::string_view& text) {
-    const std::size_t count = CountDigits(text);
+    const std::size_t count = text.substr(0, text.find_first_not_of("0123456789")).size();
     text.remove_prefix(count);
     return count;
   }
@@ -202,15 +199,18 @@ class SettingsReader {
     return text.empty();
   }
 
-  // The standard libraries differ in what else they take for a number and in what they say of one
-  // that is too large or too small, so the form is tested first and the result alone counts.
+  // The standard libraries differ in what else they take for a number, so the form is tested first.
+  // They also differ in what they make of a number that is too large, the greatest number or an
+  // infinity, and in whether one that is too small fails.
   static std::optional<double> ParseFloat(const std::string& text) {
     if (!IsDecimal(text)) return std::nullopt;
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
     double value = 0.0;
     stream >> value;
-    if (std::fabs(value) >= std::numeric_limits<double>::max()) return std::nullopt;
+    constexpr double Greatest = (std::numeric_limits<double>::max)();  // no macro of <windows.h>
+    const bool isTooLarge = stream.fail() && std::fabs(value) >= Greatest;
+    if (isTooLarge) return std::nullopt;
     return value;
   }
 

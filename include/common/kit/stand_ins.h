@@ -54,8 +54,9 @@ struct StandInClock : STimeProvider {
     return reading;
   }
 
-  /// Moves the clock on. Counts no reading.
-  void Wait(std::uint64_t microseconds) override { now += microseconds; }
+  /// Moves the clock on, unless `microseconds` are 2^63 or more, which the service takes for
+  /// passed. Counts no reading.
+  void Wait(std::uint64_t microseconds) override { now += TimeLeft(now, microseconds); }
 
   /// A scope at whose end the clock has moved on by at least `microseconds`. Counts no reading.
   Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) override {
@@ -66,11 +67,8 @@ struct StandInClock : STimeProvider {
   void RunTimingCheck() override {
     for (const std::uint64_t milliseconds : {1000U, 500U, 250U, 125U, 75U, 30U}) {
       const std::uint64_t before = Now();
-      MakeTimeFiller(milliseconds * 1000) = nullptr;
-      const std::uint64_t elapsed = Now() - before;
-      std::ostringstream line;  // whatever format the host has set for the console
-      line << elapsed << "us : " << static_cast<float>(elapsed) * 1e-6F << "s\n";
-      std::cout << line.str();
+      { const auto filler = MakeTimeFiller(milliseconds * 1000); }
+      PrintElapsed(Now() - before);
     }
   }
 
@@ -87,13 +85,30 @@ struct StandInClock : STimeProvider {
   std::uint64_t origin = 0;  ///< the zero on the raw scale, which SetOrigin moves
 
  private:
+  // What is left at `now` of a `length` that began at `start`, by the service's rules.
+  std::uint64_t TimeLeft(std::uint64_t start, std::uint64_t length) const {
+    constexpr std::uint64_t TooLong = std::uint64_t{1} << 63;
+    const std::uint64_t left = start + length - now;
+    const bool isOver = length >= TooLong || left >= TooLong;
+    return isOver ? 0 : left;
+  }
+
+  // The same text whatever format and locale the host has given to the console and to itself.
+  static void PrintElapsed(std::uint64_t elapsed) {
+    std::ostringstream line;
+    line.imbue(std::locale::classic());
+    line << elapsed << "us : " << static_cast<float>(elapsed) * 1e-6F << "s\n";
+    const std::string text = line.str();
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
+  }
+
   class Filler : public Vorn::IScoped {
    public:
     Filler(StandInClock& clock, std::uint64_t duration)
         : clock(clock), startTime(clock.now), duration(duration) {}
     ~Filler() override {
-      const std::uint64_t elapsed = clock.now - startTime;
-      if (elapsed < duration) clock.Wait(duration - elapsed);
+      const std::uint64_t left = clock.TimeLeft(startTime, duration);
+      clock.Wait(left < duration ? left : duration);  // SetOrigin may have set the clock back
     }
 
    private:
@@ -151,15 +166,19 @@ struct StandInLog : Log::SMessageLog {
   /// The service that it stands in for.
   using Service = Log::SMessageLog;
 
-  /// The kinds of lines.
-  enum class Kind { Error, Warning, Message };
+  /// Which operation a line was given to.
+  enum class Kind {
+    Error,    ///< LogError
+    Warning,  ///< LogWarning
+    Message,  ///< LogMessage
+  };
 
   /// One line, as it was logged.
   struct Line {
     /// Whether kind and text are the same.
     bool operator==(const Line&) const = default;
 
-    Kind kind;         ///< which of the three operations was called
+    Kind kind;         ///< the operation
     std::string text;  ///< what it was given
   };
 
@@ -175,7 +194,7 @@ struct StandInLog : Log::SMessageLog {
   /// Keeps the name and opens nothing.
   void SetLogFile(const std::string& fileName) override { logFile = fileName; }
 
-  /// Keeps the wish and prints nothing.
+  /// Keeps `on` and prints nothing.
   void SetLiveOutput(bool on) override { liveOutput = on; }
 
   /// Keeps a side line.
@@ -186,6 +205,12 @@ struct StandInLog : Log::SMessageLog {
 
   /// A copy of the side lines, each ended by a line feed.
   std::vector<std::string> SideLines() override { return sideLines; }
+
+  /// Counts the call. Nothing ever waits here, so the answer is true.
+  bool Flush() override {
+    ++flushes;
+    return true;
+  }
 
   /// The texts of one kind, oldest first.
   std::vector<std::string> TextsOf(Kind kind) const {
@@ -200,6 +225,7 @@ struct StandInLog : Log::SMessageLog {
   std::vector<std::string> sideLines;  ///< each ended by a line feed
   std::string logFile;                 ///< what SetLogFile named last
   bool liveOutput = false;             ///< what SetLiveOutput said last
+  int flushes = 0;                     ///< how often Flush was called
 };
 
 /// A settings store whose files lie in memory, in `files`. The grammar is the service's in the
@@ -210,8 +236,8 @@ struct StandInLog : Log::SMessageLog {
 /// can be read and written; paths are compared byte for byte; numbers ignore the locale. For one
 /// thread.
 struct StandInSettings : Config::SConfigFile {
-  /// The service that it stands in for. The service itself does not live in the storage; a host
-  /// may put it there.
+  /// The service that it stands in for. No library looks for it in the storage, but a host's code
+  /// may.
   using Service = Config::SConfigFile;
 
   /// As the service.
@@ -220,9 +246,9 @@ struct StandInSettings : Config::SConfigFile {
     std::uint64_t lineNumber = 0;
     for (std::string_view rest = content; !rest.empty();) {
       ++lineNumber;
-      const std::size_t lineEnd = std::min(rest.find('\n'), rest.size());
-      std::string_view line = rest.substr(0, lineEnd);
-      rest.remove_prefix(std::min(lineEnd + 1, rest.size()));
+      std::string_view line = rest.substr(0, rest.find('\n'));
+      rest.remove_prefix(line.size());
+      if (!rest.empty()) rest.remove_prefix(1);
       line = line.substr(0, line.find_last_not_of('\r') + 1);
       if (!line.empty() && !ParseLine(line, parsed)) ReportBadLine(name, lineNumber, line);
     }
@@ -251,26 +277,26 @@ struct StandInSettings : Config::SConfigFile {
   /// Puts all settings into `files`, under `filePath`.
   void Save() override { WriteFile(entries, filePath); }
 
-  /// Puts the text of `written` into `files`.
-  void WriteFile(const Config::ConfigEntries& written, const Vorn::SharedPath& path) override {
-    WriteFile(written, path.String());
+  /// Puts the text of `settings` into `files`.
+  void WriteFile(const Config::ConfigEntries& settings, const Vorn::SharedPath& path) override {
+    WriteFile(settings, path.String());
   }
 
-  /// Puts the text of `written` into `files`.
-  void WriteFile(const Config::ConfigEntries& written, const std::string& path) override {
-    files.insert_or_assign(path, FormatEntries(written));
+  /// Puts the text of `settings` into `files`.
+  void WriteFile(const Config::ConfigEntries& settings, const std::string& path) override {
+    Put(files, path, FormatEntries(settings));
   }
 
   /// As the service.
-  std::string FormatEntries(const Config::ConfigEntries& formatted) override {
+  std::string FormatEntries(const Config::ConfigEntries& settings) override {
     std::string text;
-    for (const auto& [key, value] : formatted) text += key + " = " + value + "\n";
+    for (const auto& [key, value] : settings) text += key + " = " + value + "\n";
     return text;
   }
 
   /// As the service: a missing key is added with the default.
   std::string GetString(const std::string& key, const std::string& defaultValue) override {
-    return entries.try_emplace(key, defaultValue).first->second;
+    return entries.emplace(key, defaultValue).first->second;
   }
 
   /// The value of `key` if there is one.
@@ -282,7 +308,7 @@ struct StandInSettings : Config::SConfigFile {
 
   /// Sets the value of `key`.
   void SetString(const std::string& key, const std::string& value) override {
-    entries.insert_or_assign(key, value);
+    Put(entries, key, value);
   }
 
   /// Sets the value of `key` to the decimal text of `value`.
@@ -305,6 +331,14 @@ struct StandInSettings : Config::SConfigFile {
   std::string filePath = "content/config/config.txt";  ///< what Save writes
 
  private:
+  // To assign by key, as the map itself can, would keep a plugin loaded that is built without
+  // optimization.
+  static void Put(std::map<std::string, std::string>& texts, const std::string& key,
+                  const std::string& text) {
+    const auto [place, isNew] = texts.emplace(key, text);
+    if (!isNew) place->second = text;
+  }
+
   template <class Number>
   static std::string NumberText(Number number) {
     std::ostringstream text;
@@ -330,7 +364,7 @@ struct StandInSettings : Config::SConfigFile {
     if (!line.starts_with('=')) return false;
     line.remove_prefix(1);
     TakeAll(line, WhiteSpace);
-    parsed.insert_or_assign(std::string(key), std::string(line));
+    Put(parsed, std::string(key), std::string(line));
     return true;
   }
 

@@ -30,11 +30,11 @@ namespace Common::Kit {
 ///
 /// What it costs: the processor wakes up 1,000 times a second instead of 64 times, which shows in
 /// the battery life of a laptop. Since Windows 10 version 2004 that holds for the sleeps of this
-/// process alone, before that for the whole machine. Drop it where the game is paused or in the
+/// process alone, before that for the whole machine. Drop it while the game is paused or in the
 /// background. Windows 11 may ignore the wish while all windows of the process are hidden.
 ///
-/// Needs no library at link time: it takes the system's `winmm.dll` while it lives. Where that is
-/// not to be had, the timer stays as it was. Several may live at once. Throws nothing. Any thread.
+/// Needs no library at link time: it takes the system's `winmm.dll` while it lives. Without that
+/// file the timer stays as it was. Several may live at once. Throws nothing. Any thread.
 class [[maybe_unused]] ScopedTimerResolution {
  public:
 #ifdef _WIN32

@@ -36,15 +36,14 @@ namespace Common::Kit {
 ///
 /// A callback may make timers, which run in the next tick at the earliest, and cancel any timer,
 /// its own included; so may the destructor of a callable. A callable that runs lives until it has
-/// returned.
+/// returned. A timer that is made in the callback of another reactor may run in the same tick.
 ///
 /// An exception leaves Tick. A one-shot timer that threw is spent, a repeating one goes on; the
 /// others that were due run in the next tick, in their order. An empty function throws
 /// std::bad_function_call in the same way.
 ///
-/// For the thread that ticks. REQUIRES: ends before the frame utility does, and not inside one of
-/// its own callbacks; the clock's SetOrigin is called before the first timer is made, not while
-/// one waits.
+/// For the thread that ticks. REQUIRES: it ends before the frame utility does, and not inside one
+/// of its own callbacks; the clock's SetOrigin is not called while a timer waits.
 class Timers {
  public:
   /// Names one timer for its Timers, where no other ever gets the same name. It means nothing to
@@ -96,12 +95,12 @@ class Timers {
     return Start(interval, Repeat, std::move(callback));
   }
 
-  /// Makes sure that the timer does not run again, and destroys its callable before it returns; a
-  /// callable that runs at this moment, once it has returned.
+  /// Makes sure that the timer does not run again, and destroys its callable before it returns. A
+  /// callable that is running is destroyed once it has returned.
   ///
   /// Returns whether the timer was still waiting. A one-shot timer that runs is not; a repeating
-  /// one that runs waits for its next time. False for a name that is spent, cancelled, or made by
-  /// default. Throws nothing.
+  /// one that runs waits for its next time. False for the name of a timer that is spent or
+  /// cancelled, and for a default-made one. Throws nothing.
   bool Cancel(Id id) {
     if (!IsWaiting(id)) return false;
     if (slots[id.slot].place != InBatch) TakeFromHeap(slots[id.slot].place);
@@ -115,9 +114,10 @@ class Timers {
  private:
   enum Kind : bool { NoRepeat, Repeat };
 
-  static constexpr std::size_t InBatch = std::numeric_limits<std::size_t>::max();
-  static constexpr std::size_t NoSlot = std::numeric_limits<std::size_t>::max();
-  static constexpr std::uint64_t Never = std::numeric_limits<std::uint64_t>::max();
+  // In parentheses, since <windows.h> may have made a macro of the name.
+  static constexpr std::size_t InBatch = (std::numeric_limits<std::size_t>::max)();
+  static constexpr std::size_t NoSlot = InBatch;
+  static constexpr std::uint64_t Never = (std::numeric_limits<std::uint64_t>::max)();
 
   // What a timer keeps while it waits. A slot is used again for later timers, whose sequence tells
   // them apart.
@@ -245,7 +245,7 @@ class Timers {
   }
 
   void RunDueTimers() {
-    if (heapSize == 0) return;
+    if (heapSize == 0 || isRunning) return;  // a tick inside a tick, which the host must not make
     const std::uint64_t now = ReadClock() - origin;
     while (heapSize > 0 && heap[0].time <= now) {
       const Due due = heap[0];

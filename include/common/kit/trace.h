@@ -43,7 +43,7 @@ class TracedMeasurement;
 /// its record is first measured, as the record itself does; nothing else allocates while measuring.
 /// Where there is no memory for a name, the ring goes without that measurement.
 ///
-/// For one thread at a time. REQUIRES: outlives its measurements.
+/// For one thread at a time. REQUIRES: it outlives its measurements.
 class Trace {
  public:
   /// What the ring holds of one record, in microseconds. Median and percentile are the values that
@@ -90,8 +90,8 @@ class Trace {
   void WriteJson(std::ostream& out) const { WriteJson(out, {this}); }
 
   /// Writes several rings into one file, each as a thread of its own, in the order of `traces`.
-  /// Otherwise as the other WriteJson. REQUIRES: no pointer is null,
-  /// and no ring is filled at the same time.
+  /// Otherwise as the other WriteJson. REQUIRES: no pointer is null, and no ring is filled at the
+  /// same time.
   static void WriteJson(std::ostream& out, const std::vector<const Trace*>& traces) {
     Write(out, "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[");
     std::string separator = "\n";
@@ -141,6 +141,8 @@ class Trace {
 
   // Null where there is no memory for a new one.
   Accumulator* FindAccumulator(const AccumulatorHandle& handle) noexcept {
+    assert(handle.records != nullptr && handle.position < handle.records->size() &&
+           "the handle came from no profiler");
     const std::string& name = handle.records->front().name;
     Accumulator*& recent = recentAccumulators[PlaceAmongRecent(handle.records)];
     if (recent == nullptr || recent->name != name) recent = FindOrMakeAccumulator(name);
@@ -176,7 +178,8 @@ class Trace {
                                std::size_t position) noexcept {
     try {
       std::vector<std::uint32_t>& byPosition = accumulator.namesByPosition;
-      if (position >= byPosition.size()) byPosition.resize(position + 1, NoName);
+      // Unlike push_back, resize would keep a plugin loaded that is built without optimization.
+      while (byPosition.size() <= position) byPosition.push_back(NoName);
       std::uint32_t index = 0;
       while (index < names.size() && !names[index].IsOf(accumulator, record)) ++index;
       if (index == names.size()) names.push_back({&accumulator, record});
@@ -301,8 +304,8 @@ class Trace {
   std::string threadName;
 };
 
-/// Used as ScopedMeasurement: stops its measurement when the scope ends, by whatever way. Each
-/// record that ends through it goes into the trace too. Costs no clock reading of its own.
+/// Used as ScopedMeasurement: ends a measurement with its scope, in whichever way that is left.
+/// Each record that ends through it goes into the trace too. Costs no clock reading of its own.
 ///
 /// The rules for nested measurements are those of AccumulatorHandle: a record that somebody else
 /// has stopped adds nothing to the trace, either.
@@ -316,6 +319,7 @@ class TracedMeasurement {
         accumulator(trace.FindAccumulator(handle)),
         nameInTrace(trace.FindName(accumulator, handle)) {}
 
+  /// Ends the measurement of the present record, which goes into the trace.
   ~TracedMeasurement() {
     const Running running = Present();
     handle.Stop();

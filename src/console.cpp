@@ -1,5 +1,7 @@
 #include "console.h"
 
+#include "cancellation_pause.h"
+
 namespace Common {
 namespace {
 
@@ -24,6 +26,7 @@ void FlushQuietly(std::ostream& stream) noexcept {
 }  // namespace
 
 void InsertQuietly(std::ostream& stream, std::string_view bytes) noexcept {
+  const CancellationPause pause;
   if (!stream.good()) return;
   if (stream.tie() != nullptr) FlushQuietly(*stream.tie());
   try {
