@@ -3,6 +3,8 @@
 #include "all_headers.h"
 
 extern "C" std::uint64_t LoadModels(Common::SPerformanceProfiler* profiler) {
-  const Common::ScopedMeasurement loading(profiler->OpenAccumulator(Common::ModelsFolder));
+  Common::Kit::Trace trace(16);
+  Common::Kit::TracedMeasurement loading(profiler->OpenAccumulator(Common::ModelsFolder), trace);
+  loading.GoOnTo("clock");
   return Vorn::Singleton<Common::STimeProvider, std::shared_ptr>::Get()->Now();
 }
