@@ -255,10 +255,10 @@ class Trace {
     std::string quoted = "\"";
     while (!text.empty()) {
       const std::size_t length = LengthOfCharacter(text);
-      const char first = text.front();
+      const auto first = static_cast<unsigned char>(text.front());
       if (length == 0) {
         quoted += "\\ufffd";
-      } else if (static_cast<unsigned char>(first) < 0x20) {
+      } else if (first < 0x20) {
         quoted += EscapeOf(first);
       } else {
         if (first == '"' || first == '\\') quoted += '\\';
@@ -269,10 +269,9 @@ class Trace {
     return quoted + "\"";
   }
 
-  static std::string EscapeOf(char control) {
+  static std::string EscapeOf(unsigned char control) {
     constexpr std::string_view HexDigits = "0123456789abcdef";
-    const auto value = static_cast<std::size_t>(control);
-    return std::string("\\u00") + HexDigits[value / 16] + HexDigits[value % 16];
+    return std::string("\\u00") + HexDigits[control / 16] + HexDigits[control % 16];
   }
 
   // How many bytes the UTF-8 character takes that `text` opens with; 0 if it opens with none.
