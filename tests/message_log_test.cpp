@@ -3,6 +3,7 @@
 
 #include <iomanip>
 #include <iostream>
+#include <set>
 #include <thread>
 
 #include "support.h"
@@ -283,10 +284,24 @@ TEST(Guid, AscendsWithEachCall) {
   }
 }
 
+TEST(Guid, OpensDifferentlyOnEachThread) {
+  constexpr std::size_t Count = 20'000;
+  const auto makeOpenings = [](std::set<std::string>& made) {
+    for (std::size_t guid = 0; guid < Count; ++guid) made.insert(Vorn::CreateGuid().substr(0, 18));
+  };
+  std::set<std::string> here, there;
+  std::thread other([&] { makeOpenings(there); });
+  makeOpenings(here);
+  other.join();
+  here.merge(there);
+  EXPECT_EQ(here.size(), 2 * Count);
+}
+
 TEST(Guid, OpensWithTheMillisecondsSince1970) {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   const std::string guid = Vorn::CreateGuid();
   EXPECT_EQ(guid.size(), 36U);
+  EXPECT_NE(guid.substr(18), Vorn::CreateGuid().substr(18)) << "the random bits";
   const std::string digits = guid.substr(0, 8) + guid.substr(9, 4);
   const std::chrono::milliseconds made(std::stoll(digits, nullptr, 16));
   EXPECT_GE(made, std::chrono::floor<std::chrono::milliseconds>(now));
