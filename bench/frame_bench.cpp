@@ -33,24 +33,28 @@ std::uint64_t LookUpAndReadClock() {
       std::chrono::duration_cast<std::chrono::microseconds>(sinceStart).count());
 }
 
-// Leaves free pieces all over the heap, as every engine does after a while.
-void ScatterHeap() {
-  constexpr std::size_t Pieces = 300'000;
-  constexpr std::size_t Sizes = 12;
+// Free pieces all over the heap, as every engine has after a while. The heap is whole again when
+// this ends, so no other job meets them.
+class HeapInPieces {
+ public:
+  HeapInPieces() {
+    constexpr std::size_t Pieces = 300'000;
+    constexpr std::size_t Sizes = 12;
+    for (std::size_t index = 0; index < Pieces; ++index)
+      pieces.push_back(std::make_unique<char[]>(16 + 16 * (index % Sizes)));
+    std::shuffle(pieces.begin(), pieces.end(), std::minstd_rand(1));
+    pieces.resize(Pieces / 2);
+  }
+
+ private:
   std::vector<std::unique_ptr<char[]>> pieces;
-  for (std::size_t index = 0; index < Pieces; ++index)
-    pieces.push_back(std::make_unique<char[]>(16 + 16 * (index % Sizes)));
-  std::shuffle(pieces.begin(), pieces.end(), std::minstd_rand(1));
-  pieces.resize(Pieces / 2);
-  // The other half stays for the rest of the run: given back, it would make the heap whole again.
-  static std::vector<std::unique_ptr<char[]>> kept;
-  kept = std::move(pieces);
-}
+};
 
 // ---- Reactors.
 
 void TickReactors(benchmark::State& state, SFrameUtility* frames, int count,
                   std::uint64_t interval) {
+  const HeapInPieces heap;
   std::uint64_t sum = 0;
   std::vector<Vorn::IntrudablePtr<IFrameReactor>> reactors;
   for (int index = 0; index < count; ++index) {
@@ -61,7 +65,21 @@ void TickReactors(benchmark::State& state, SFrameUtility* frames, int count,
   benchmark::DoNotOptimize(sum);
 }
 
+// In random order, as the objects of a scene go that hold them.
+void ReleaseReactors(benchmark::State& state, SFrameUtility* frames, std::size_t count) {
+  std::vector<Vorn::IntrudablePtr<IFrameReactor>> reactors(count);
+  for (auto _ : state) {
+    for (auto& reactor : reactors) reactor = frames->CreateReactor(0);
+    std::shuffle(reactors.begin(), reactors.end(), std::minstd_rand(1));
+    const std::chrono::nanoseconds before = ThreadTime();
+    for (auto& reactor : reactors) reactor = nullptr;
+    const std::chrono::duration<double> taken = ThreadTime() - before;
+    state.SetIterationTime(taken.count());
+  }
+}
+
 void EmitSignal(benchmark::State& state, int count) {
+  const HeapInPieces heap;
   namespace Signals = boost::signals2;
   using Signal = Signals::signal_type<void(std::uint64_t),
                                       Signals::keywords::mutex_type<Signals::dummy_mutex>>::type;
@@ -103,6 +121,12 @@ void RegisterReactors(SFrameUtility* frames, int count) {
   add("tick_interval_1", "floor", [=](benchmark::State& state) {
     CallEach(state, count, [] { benchmark::DoNotOptimize(LookUpAndReadClock()); });
   });
+}
+
+void RegisterRelease(SFrameUtility* frames, std::size_t count) {
+  const auto release = [=](benchmark::State& state) { ReleaseReactors(state, frames, count); };
+  benchmark::RegisterBenchmark(Name("release_reactors", count, "ours").c_str(), release)
+      ->UseManualTime();
 }
 
 // ---- Delayed calls. Each kind schedules `count` calls that are due at once, cancels one of them
@@ -284,11 +308,11 @@ void RegisterCalls(SFrameUtility* frames, std::size_t count) {
 
 void RegisterFrame(const Plan& plan) {
   SFrameUtility* const frames = plan.services.frames.get();
-  ScatterHeap();
   for (const int count : Counts) {
     RegisterReactors(frames, count);
     RegisterCalls(frames, static_cast<std::size_t>(count));
   }
+  for (const std::size_t count : {250'000U, 1'000'000U}) RegisterRelease(frames, count);
 }
 
 }  // namespace Common::Bench

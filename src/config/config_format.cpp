@@ -5,6 +5,7 @@
 #include <boost/spirit/include/phoenix1.hpp>
 
 #include <string_view>
+#include <utility>
 
 namespace Common {
 namespace {
@@ -82,7 +83,7 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name,
     if (line.empty()) continue;
     if (MatchLine(line)) {
       // In a sorted file each entry belongs at the end.
-      entries.insert_or_assign(entries.end(), CapturedKey, CapturedValue);
+      entries.insert_or_assign(entries.end(), std::move(CapturedKey), std::move(CapturedValue));
     } else {
       report(DescribeBadLine(name, lineNumber, line));
     }

@@ -15,14 +15,15 @@ ReactorList::~ReactorList() {
 
 void ReactorList::Enter(FrameReactorImpl* reactor) {
   const auto entry = entries.emplace(reinterpret_cast<std::uintptr_t>(reactor), reactor).first;
-  FrameReactorImpl* const before = Before(entry);
+  FrameReactorImpl* const before = entry == entries.begin() ? nullptr : std::prev(entry)->second;
+  FrameReactorImpl* const after = before == nullptr ? first : before->following;
   reactor->entry = entry;
-  reactor->following = before == nullptr ? first : before->following;
   Link(before, reactor);
+  Link(reactor, after);
 }
 
 void ReactorList::Remove(const FrameReactorImpl* reactor) {
-  Link(Before(reactor->entry), reactor->following);
+  Link(reactor->preceding, reactor->following);
   entries.erase(reactor->entry);
 }
 
@@ -39,18 +40,14 @@ void ReactorList::React(std::uint64_t frameNumber) {
   }
 }
 
-// The reactor in front of this entry, or none.
-FrameReactorImpl* ReactorList::Before(Entries::iterator entry) {
-  return entry == entries.begin() ? nullptr : std::prev(entry)->second;
-}
-
-// Lets `to` follow `from`, or stand first where there is no reactor in front.
+// Makes the two neighbours. Without `from`, `to` stands first; without `to`, `from` stands last.
 void ReactorList::Link(FrameReactorImpl* from, FrameReactorImpl* to) {
   if (from == nullptr) {
     first = to;
   } else {
     from->following = to;
   }
+  if (to != nullptr) to->preceding = from;
 }
 
 }  // namespace Common

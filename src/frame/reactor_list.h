@@ -26,6 +26,7 @@ class ReactorList {
     friend class ReactorList;
 
     Entries::iterator entry;
+    FrameReactorImpl* preceding = nullptr;
     FrameReactorImpl* following = nullptr;
   };
 
@@ -46,7 +47,6 @@ class ReactorList {
   bool IsRunning(const FrameReactorImpl* reactor) const { return reactor == running; }
 
  private:
-  FrameReactorImpl* Before(Entries::iterator entry);
   void Link(FrameReactorImpl* from, FrameReactorImpl* to);
 
   Entries entries;
