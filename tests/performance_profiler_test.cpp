@@ -83,8 +83,7 @@ TEST_F(PerformanceProfiler, CountsTheFirstStart) {
   records[0].started = 1;
   EXPECT_EQ(profiler->OpenAccumulator("a").records, &records);
   EXPECT_EQ(records[0].started, 1U);
-  AccumulatorHandle other = handle;
-  other.GoOnTo("b");
+  AccumulatorHandle(handle).GoOnTo("b");
   records[1].started = 1;
   handle.GoOnTo("b");
   EXPECT_EQ(records[1].started, 1U);
