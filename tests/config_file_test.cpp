@@ -53,6 +53,7 @@ TEST_F(ConfigFile, OnlyAReadThatNamesADefaultAddsAKey) {
   WriteBytes(MainFile, "empty =\n");
   Start();
   EXPECT_EQ(store->GetString("empty", "default"), "") << "a value as any other";
+  EXPECT_EQ(store->FindString("empty"), "");
   EXPECT_EQ(store->GetString("text", "default"), "default");
   EXPECT_EQ(store->GetInt("number", -7), -7);
   EXPECT_EQ(store->FindString("missing"), std::nullopt);

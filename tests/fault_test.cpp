@@ -90,6 +90,18 @@ TEST_F(Faults, AHostsCodecvtChangesNoByteOfAFile) {
   EXPECT_TRUE(ReadBytes("batch.txt").ends_with(OnDisk(": line\n")));
 }
 
+TEST_F(Faults, AHostsFacetThatWritesNoTimesCostsALineItsStampAlone) {
+  struct NoTimes : std::time_put<char> {
+    iter_type do_put(iter_type, std::ios_base&, char, const std::tm*, char, char) const override {
+      throw std::runtime_error("no time");
+    }
+  };
+  std::locale::global(std::locale(std::locale::classic(), new NoTimes));
+  log->LogMessage("line");
+  EXPECT_TRUE(log->Flush());
+  EXPECT_TRUE(ReadBytes(LogName).ends_with(OnDisk("\n line\n")));
+}
+
 #ifndef _WIN32
 
 #ifdef __linux__

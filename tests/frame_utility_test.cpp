@@ -54,6 +54,7 @@ TEST_F(Frame, WrittenValuesBecomeCurrentAtTheNextEdgeAndStay) {
   totem.byteThree.Write(3);
   totem.twelveByteValue.Write({{4, 5, 6}});
   totem.eightByteValue.Write({{7, 8}});
+  totem.fourByteValue.Write({{9, 10}});
   EXPECT_EQ(totem.byteOne.Read(), 0);
   for (int tick = 0; tick < 2; ++tick) {
     TickAt(0);
@@ -62,8 +63,15 @@ TEST_F(Frame, WrittenValuesBecomeCurrentAtTheNextEdgeAndStay) {
     EXPECT_EQ(totem.byteThree.Read(), 3);
     EXPECT_EQ(totem.twelveByteValue.Read().parts[2], 6U);
     EXPECT_EQ(totem.eightByteValue.Read().parts[1], 8U);
-    EXPECT_FALSE(totem.byteOne.isPending) << "nothing waits any more";
   }
+  EXPECT_FALSE(totem.frameNumber.isPending);
+  EXPECT_FALSE(totem.byteOne.isPending);
+  EXPECT_FALSE(totem.fourByteValue.isPending);
+  EXPECT_FALSE(totem.fourByteValuePrevious.isPending);
+  EXPECT_FALSE(totem.byteTwo.isPending);
+  EXPECT_FALSE(totem.twelveByteValue.isPending);
+  EXPECT_FALSE(totem.byteThree.isPending);
+  EXPECT_FALSE(totem.eightByteValue.isPending);
 }
 
 TEST_F(Frame, ReactorOfAnIntervalDriftsWithTheTicks) {
@@ -130,6 +138,8 @@ TEST_F(Frame, MisuseStopsADebugBuild) {
   EXPECT_DEATH(utility->Tick(), "Tick is not called");
   reactor->SetCallback([&](std::uint64_t) { reactor->Clear(); });
   EXPECT_DEATH(utility->Tick(), "does not change its own reactor");
+  reactor->SetCallback([&](std::uint64_t) { owner.reset(); });
+  EXPECT_DEATH(utility->Tick(), "not ended by a tick of its own");
 }
 #endif
 

@@ -62,6 +62,12 @@ TEST_F(KitTrace, HoldsTheTimesOfTheProfiler) {
   EXPECT_EQ(trace.Summarize().front().maximum, records[0].totalTime);
 }
 
+TEST_F(KitTrace, OfNoCapacityKeepsNothing) {
+  Trace none(0);
+  TracedMeasurement(profiler->OpenAccumulator("a"), none).GoOnTo("b");
+  EXPECT_TRUE(none.Summarize().empty());
+}
+
 TEST_F(KitTrace, LeavesOutWhatSomebodyElseStopped) {
   {
     const TracedMeasurement measurement(profiler->OpenAccumulator("a"), trace);

@@ -1,8 +1,10 @@
 #include <common/message_log.h>
 #include <vorn_lnk/guid>
 
+#include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <set>
 #include <thread>
 
 #include "support.h"
@@ -274,19 +276,26 @@ TEST_F(MessageLog, IsWithoutHeaderAndFileWhereThePreviousLogCannotBeMoved) {
   EXPECT_EQ(ReadBytes(LogName), "previous\n");
 }
 
-TEST(Guid, AscendsWithEachCall) {
-  std::string previous = Vorn::CreateGuid();
-  for (int made = 0; made < 10'000; ++made) {
-    const std::string guid = Vorn::CreateGuid();
-    ASSERT_LT(previous, guid);
-    previous = guid;
-  }
+TEST(Guid, AscendsAndOpensOnlyOnceOnAllThreads) {
+  constexpr std::size_t Count = 20'000;
+  std::vector<std::string> here, there;
+  const auto makeOpenings = [](std::vector<std::string>& made) {
+    while (made.size() < Count) made.push_back(Vorn::CreateGuid().substr(0, 18));
+  };
+  std::thread other([&] { makeOpenings(there); });
+  makeOpenings(here);
+  other.join();
+  EXPECT_TRUE(std::is_sorted(here.begin(), here.end()));
+  std::set<std::string> openings(here.begin(), here.end());
+  openings.insert(there.begin(), there.end());
+  EXPECT_EQ(openings.size(), 2 * Count);
 }
 
 TEST(Guid, OpensWithTheMillisecondsSince1970) {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   const std::string guid = Vorn::CreateGuid();
   EXPECT_EQ(guid.size(), 36U);
+  EXPECT_NE(guid.substr(18), Vorn::CreateGuid().substr(18)) << "the random bits";
   const std::string digits = guid.substr(0, 8) + guid.substr(9, 4);
   const std::chrono::milliseconds made(std::stoll(digits, nullptr, 16));
   EXPECT_GE(made, std::chrono::floor<std::chrono::milliseconds>(now));
