@@ -34,7 +34,7 @@ set(doc_folder ${CMAKE_INSTALL_DATADIR}/doc)
 foreach(component common-services common-services-dev)
   install(FILES cmake/copyright DESTINATION ${doc_folder}/${component} COMPONENT ${component})
 endforeach()
-install(FILES README.md CHANGELOG.md DESTINATION ${doc_folder}/common-services-dev
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev)
 install(DIRECTORY docs samples DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev
