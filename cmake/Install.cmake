@@ -22,7 +22,8 @@ install(FILES ${PROJECT_BINARY_DIR}/CommonServicesConfig.cmake
         DESTINATION ${package_folder} COMPONENT common-services-dev)
 
 # A debug build has a file of its own, common_servicesd.pc, as it has libraries of its own.
-file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+           BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE prefix_from_pc)
 configure_file(cmake/common_services.pc.in ${PROJECT_BINARY_DIR}/common_services.pc.in @ONLY)
 set(pc_file ${PROJECT_BINARY_DIR}/pkgconfig/common_services$<$<CONFIG:Debug>:d>.pc)
 file(GENERATE OUTPUT ${pc_file} INPUT ${PROJECT_BINARY_DIR}/common_services.pc.in)
@@ -33,7 +34,7 @@ set(doc_folder ${CMAKE_INSTALL_DATADIR}/doc)
 foreach(component common-services common-services-dev)
   install(FILES cmake/copyright DESTINATION ${doc_folder}/${component} COMPONENT ${component})
 endforeach()
-install(FILES README.md CHANGELOG.md DESTINATION ${doc_folder}/common-services-dev
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev)
 install(DIRECTORY docs samples DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev
