@@ -34,8 +34,18 @@ set(doc_folder ${CMAKE_INSTALL_DATADIR}/doc)
 foreach(component common-services common-services-dev)
   install(FILES cmake/copyright DESTINATION ${doc_folder}/${component} COMPONENT ${component})
 endforeach()
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${doc_folder}/common-services-dev
-        COMPONENT common-services-dev)
+
+# Where README is installed, its links to the headers lead to the installed ones.
+set(installed_readme ${PROJECT_BINARY_DIR}/installed/README.md)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
+           BASE_DIRECTORY ${CMAKE_INSTALL_FULL_DATADIR}/doc/common-services-dev
+           OUTPUT_VARIABLE include_from_doc)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
+file(READ README.md readme)
+string(REPLACE "](include/" "](${include_from_doc}/" readme "${readme}")
+file(WRITE ${installed_readme} "${readme}")
+install(FILES ${installed_readme} CHANGELOG.md CONTRIBUTING.md
+        DESTINATION ${doc_folder}/common-services-dev COMPONENT common-services-dev)
 install(DIRECTORY docs samples DESTINATION ${doc_folder}/common-services-dev
         COMPONENT common-services-dev
         PATTERN docs/site EXCLUDE
