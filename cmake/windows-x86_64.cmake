@@ -25,4 +25,6 @@ if(NOT EXISTS ${Boost_INCLUDE_DIR}/boost)
 endif()
 
 find_program(WINE NAMES wine64 wine PATHS /usr/lib/wine)
-set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE})
+if(WINE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE})
+endif()

@@ -150,7 +150,7 @@ void Operate(Host& host, int operation) {
     case 9:
       return host.frame->Tick();
     case 10:
-      host.ids->OverrideCounter(7);
+      static_cast<void>(host.ids->OverrideCounter(7));
       return;
     default:
       host.ids->MakeUniqueName(LongText);

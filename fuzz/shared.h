@@ -1,4 +1,4 @@
-// What the fuzz targets share: a check that ends the run, and the stand-ins of the samples.
+// What the fuzz targets share: a check that ends the run, and the stand-ins of the kit.
 //
 // A factory works once a process, so a target keeps its service for all inputs, together with the
 // stand-ins that the service asks for, in one static object whose members end in the right order at

@@ -7,8 +7,8 @@
 namespace Common {
 
 // While it lives, `pthread_cancel` waits. It ends a thread by an unwinding that may neither be
-// caught nor pass through a destructor, and any write to a console or a file may be where it
-// begins.
+// caught nor pass through a destructor, and any sleep, or write to a console or a file, may be
+// where it begins.
 class CancellationPause {
  public:
   CancellationPause(const CancellationPause&) = delete;

@@ -3,8 +3,10 @@
 #include <common/performance_profiler.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <iostream>
+#include <thread>
 
 #include "support.h"
 
@@ -175,6 +177,19 @@ void ExpectNoCurrentPath(Call call) {
     failure = thrown.what();
   }
   EXPECT_NE(failure.find("current_path()"), std::string::npos) << failure;
+}
+
+TEST(Process, OutlivesAThreadThatIsCancelledWhileItsFillerWaits) {
+  const std::unique_ptr<STimeProvider> clock(ManufactureTimeProvider());
+  std::atomic<bool> waits = false;
+  std::thread thread([&] {
+    const auto filler = clock->MakeTimeFiller(200'000);
+    waits = true;
+  });
+  while (!waits) std::this_thread::yield();
+  pthread_cancel(thread.native_handle());
+  thread.join();
+  EXPECT_GE(clock->Now(), 200'000U);
 }
 
 TEST(Process, MayLoseItsWorkingFolderBeforeTheLogStarts) {

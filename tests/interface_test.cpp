@@ -110,15 +110,11 @@ static std::uintptr_t PlaceOf(Operation operation) {
   return (std::bit_cast<std::array<std::uintptr_t, 2>>(operation)[0] - 1) / sizeof(void*);
 }
 
-template <class... Operations>
-static void ExpectPlacesFrom(std::uintptr_t place, Operations... operations) {
-  for (const std::uintptr_t found : {PlaceOf(operations)...}) EXPECT_EQ(found, place++);
-}
-
 // The two of the destructor come before all operations.
 template <class... Operations>
 static void ExpectTable(Operations... operations) {
-  ExpectPlacesFrom(2, operations...);
+  std::uintptr_t place = 2;
+  for (const std::uintptr_t found : {PlaceOf(operations)...}) EXPECT_EQ(found, place++);
 }
 
 // Hosts that were built apart count on the order. The headers themselves check the layouts.
@@ -140,10 +136,16 @@ TEST(Abi, VirtualOperationsKeepTheirPlaces) {
   ExpectTable(&Profiler::OpenAccumulator, &Profiler::WriteReport, &Profiler::WriteReportAndClear);
   ExpectTable(&Id::NextId, &Id::NextIdString, &Id::IdToString, &Id::JoinIdAndText,
               &Id::MakeUniqueName, &Id::OverrideCounter);
-  ExpectTable(&Store::ParseContent);
-  ExpectPlacesFrom(5, &Store::Load, &Store::Save);  // behind both of ReadFile
-  ExpectPlacesFrom(9, &Store::FormatEntries, &Store::GetString, &Store::FindString,
-                   &Store::SetString, &Store::SetInt, &Store::GetInt);  // behind both of WriteFile
+  using Text = const std::string&;
+  using Entries = Config::ConfigEntries;
+  ExpectTable(
+      &Store::ParseContent, static_cast<Entries (Store::*)(Vorn::SharedPath)>(&Store::ReadFile),
+      static_cast<Entries (Store::*)(Text)>(&Store::ReadFile), &Store::Load, &Store::Save,
+      static_cast<void (Store::*)(const Entries&, const Vorn::SharedPath&)>(&Store::WriteFile),
+      static_cast<void (Store::*)(const Entries&, Text)>(&Store::WriteFile), &Store::FormatEntries,
+      &Store::GetString, &Store::FindString, &Store::SetString, &Store::SetInt, &Store::GetInt);
+  ExpectTable(&Vorn::Detail::Intrudable::OnReleased);
+  ExpectTable(&IPeriodic::GetValue);
 }
 #endif
 

@@ -1,5 +1,5 @@
 // What the tests share: helpers for failures, streams, files and locales, and the stand-ins of the
-// samples.
+// kit.
 #pragma once
 
 #include <common/application_error_exception.h>

@@ -1,8 +1,8 @@
 # What the project's commands share. To be sourced from the root of the checkout.
 
-# Installs the Debian packages that are missing. Who may not install them is told the one command
-# that does, and nothing is built. Where there is no apt-get, what is needed is said before the build
-# begins.
+# Installs the Debian packages that are missing. A user who may not install them is shown the one
+# command that does, and nothing is built. Where there is no apt-get, what is needed is said before
+# the build begins.
 install_packages() {
   if ! command -v apt-get >/dev/null; then
     echo "This system has no apt-get. What is needed stands in these Debian packages: $*" >&2
@@ -46,7 +46,14 @@ use_wine() {
   wine=/usr/lib/wine/wine64
   export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all LC_ALL=C.UTF-8  # which names of files need
   mkdir -p build
-  [ -d "$WINEPREFIX" ] || "$wine" wineboot --init >/dev/null 2>&1
+  [ -e "$WINEPREFIX/ready" ] && return
+  rm -rf "$WINEPREFIX"
+  if ! "$wine" wineboot --init >build/wineboot.log 2>&1; then
+    cat build/wineboot.log >&2
+    echo "Wine could not make its folder $WINEPREFIX." >&2
+    exit 1
+  fi
+  touch "$WINEPREFIX/ready"
 }
 
 # build_preset NAME [CMAKE OPTION ...]

@@ -54,7 +54,7 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   ///
   /// Returns the entries. The store does not change.
   ///
-  /// Throws `Vorn::MissingInstance` for a bad line without a log.
+  /// Without a log, throws `Vorn::MissingInstance` for a bad line.
   virtual ConfigEntries ParseContent(const std::string& content, const std::string& name) = 0;
 
   /// Reads the file at `path` as `ParseContent` reads text, and reports its bad lines under the
@@ -87,7 +87,7 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// their keys. The store does not change. A file that cannot be opened is reported and left as it
   /// was; a folder is not made.
   ///
-  /// Throws `Vorn::MissingInstance` for a file that cannot be opened without a log.
+  /// Without a log, throws `Vorn::MissingInstance` for a file that cannot be opened.
   ///
   /// The file is cut and filled in place. A disk that fills up is not noticed, and a crash in the
   /// middle leaves a part.
@@ -122,8 +122,8 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// `defaultValue`, as `SetInt` would set it.
   ///
   /// A number is an optional sign and decimal digits, within 32 bits and with nothing around them;
-  /// groups of digits may be told apart as the global C++ locale does. Any other text reads as
-  /// `defaultValue` and stays in the store.
+  /// digits may be grouped as in the global C++ locale. Any other text reads as `defaultValue` and
+  /// stays in the store.
   virtual std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) = 0;
 };
 
@@ -136,8 +136,8 @@ namespace Common {
 ///
 /// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
 /// store has ended; `std::filesystem::filesystem_error` for a file that is there and cannot be
-/// read, or if the system does not tell whether it is there; `Vorn::MissingInstance` for a bad line
-/// without a log; and `std::bad_alloc`. For one thread at a time.
+/// read, or if the system does not tell whether it is there; `std::bad_alloc`; and, without a log,
+/// `Vorn::MissingInstance` for a bad line. For one thread at a time.
 COMMON_SERVICES_EXPORT Config::SConfigFile* ManufactureConfigFile();
 
 }  // namespace Common

@@ -50,9 +50,10 @@ struct VORN_LNK_SHARED_TYPE IFrameReactor : Vorn::Intrudable {
 /// The scheduler of a process. For one thread at a time, which is also the thread that callbacks
 /// run on.
 ///
-/// When `STimeProvider::SetOrigin` sets the clock back, the waiting calls are due at once, and each
-/// reactor fires in the next tick. When it moves the clock on, what waits is due that much earlier.
-/// Ids stay as they are, so one that was given out before may be given out again.
+/// What waits is due earlier when `STimeProvider::SetOrigin` moves the clock on, and later when it
+/// sets the clock back, by as much. Set back behind the time at which a call was scheduled, or at
+/// which a reactor last fired, the clock makes it due at once. Ids stay as they are, so one that
+/// was given out before may be given out again.
 struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// Drops the calls that still wait, unrun, and takes `SMessageTotem` out of the storage. A second
   /// utility cannot be made in the same process.

@@ -20,10 +20,12 @@ inline std::uint64_t ReadMonotonicMicroseconds() {
   return static_cast<std::uint64_t>(reading.count()) / 1000;
 }
 
-// Hidden, so that each module has a calibration of its own. One that were shared would be a unique
-// symbol, and a module that defines one stays loaded until the process ends. It is a pragma, since
-// systems without visibility warn of the attribute.
+// Hidden, so that each module has a calibration of its own. A shared one would be a unique symbol,
+// and a module that defines one stays loaded until the process ends. It is a pragma, since systems
+// without visibility warn about the attribute.
+#if defined(__GNUC__)
 #pragma GCC visibility push(hidden)
+#endif
 
 /// How many nanoseconds a measurement spends on reading the clock, once to start and once to stop:
 /// twice the mean of 100 readings in a row, in the best of ten such runs. Any thread.
@@ -47,6 +49,8 @@ inline std::uint64_t NanosecondsOfMeasuring() {
   return cost;
 }
 
+#if defined(__GNUC__)
 #pragma GCC visibility pop
+#endif
 
 }  // namespace Common::Detail

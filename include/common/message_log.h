@@ -17,9 +17,10 @@
 /// only while live output is on, and at the log's end. Only `Flush` writes earlier:
 ///
 /// ```cpp
+/// static const std::terminate_handler tellAndAbort = std::get_terminate();
 /// std::set_terminate([] {  // no signal handler: see Flush
 ///   Log::Get()->Flush();   // while the log's owner lives
-///   std::abort();
+///   tellAndAbort();        // which says what ended the process
 /// });
 /// ```
 ///
@@ -27,7 +28,7 @@
 /// - A kill, or a loss of power, in the middle of a batch may leave its last line cut.
 /// - A full disk loses lines silently. Each byte is tried once, in order; after the first failure
 ///   the rest of that batch is dropped, and the next batch tries again.
-/// - Live output through a pipe or into a file comes in blocks, because `std::cout` gathers what no
+/// - Live output through a pipe or into a file comes in blocks, because `std::cout` buffers what no
 ///   terminal shows. `std::cout << std::unitbuf` sends each line at once. Errors always come at
 ///   once.
 /// - The stamp is in the local time zone, without naming it. A zone that the host changes shows
@@ -38,7 +39,7 @@
 /// - A child made by `fork` has a copy of the lines that wait. It must end through `_exit` or
 ///   `exec`: with `exit`, an owner at file scope writes them a second time. If another thread was
 ///   logging at the time of the `fork`, the child's first log call waits forever.
-/// - `pthread_cancel` takes effect behind a log call, not inside it.
+/// - A log call is no cancellation point: `pthread_cancel` takes effect at the next one behind it.
 #pragma once
 
 #include <common/common_services_export.h>
@@ -54,7 +55,8 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// Writes all waiting lines, whatever live output says, and so makes the file even where nothing
   /// waits. A file that cannot be opened loses the lines and gets one line on std::cerr.
   ///
-  /// REQUIRES: all logging has ended.
+  /// REQUIRES: no log call and no `Flush` at the same time or later, so a terminate handler that
+  /// flushes is gone before.
   virtual ~SMessageLog() = default;
 
   /// Adds one line that opens with "ERROR: ". `text` is taken byte for byte, line feeds included.
@@ -81,13 +83,13 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   virtual void LogMessage(const std::string& text) = 0;
 
   /// Sends the lines that wait, and all later ones, to the end of the file `fileName`. Opens
-  /// nothing yet. The name is UTF-8; a relative one counts from the present working directory. A
+  /// nothing yet. The name is UTF-8; a relative one counts from the current working directory. A
   /// name with a NUL in it is accepted, and names a file that cannot be opened.
   ///
   /// Throws std::filesystem::filesystem_error for "current_path()", and changes nothing, if the
   /// working directory cannot be read.
   ///
-  /// REQUIRES: no log call at the same time.
+  /// REQUIRES: no log call and no `Flush` at the same time.
   virtual void SetLogFile(const std::string& fileName) = 0;
 
   /// Turns the console copies and the batch writes on or off for the lines to come. They are off at
@@ -131,9 +133,9 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
 /// header of three lines. If the move fails, the previous log stays untouched, there is no header,
 /// and no file until `SetLogFile` names one.
 ///
-/// Throws ApplicationErrorException on every call but the first, std::filesystem::filesystem_error
-/// for "current_path()" if the working directory cannot be read, and whatever `Vorn::CreateGuid`
-/// does. For one thread at a time.
+/// Throws ApplicationErrorException on every call but the first, also if that one failed or its log
+/// has ended; std::filesystem::filesystem_error for "current_path()" if the working directory
+/// cannot be read; whatever `Vorn::CreateGuid` does; and std::bad_alloc. For one thread at a time.
 COMMON_SERVICES_EXPORT SMessageLog* ManufactureMessageLog();
 
 }  // namespace Common::Log

@@ -70,7 +70,7 @@ struct AccumulatorHandle {
 class ScopedMeasurement {
  public:
   /// Takes over the measurement that `handle` stands for, which is running already.
-  explicit ScopedMeasurement(AccumulatorHandle handle) : handle(handle) {}
+  [[nodiscard]] explicit ScopedMeasurement(AccumulatorHandle handle) : handle(handle) {}
 
   /// Ends the measurement of the present record.
   ~ScopedMeasurement() { handle.Stop(); }
@@ -87,12 +87,12 @@ class ScopedMeasurement {
 
 /// The accumulators and their report. It serves one thread at a time.
 struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
-  /// Writes the report to the default path and frees the accumulators. Where that file cannot be
-  /// opened, nothing is written and nothing is thrown.
+  /// Writes the report to the default path and frees the accumulators. Where `WriteReport` would
+  /// throw, nothing is written and nothing is thrown.
   ///
   /// This always replaces the file: one that `WriteReportAndClear("")` has written is left empty
   /// but for a line end, and of several profilers the last to end leaves its report. Give a report
-  /// that is to stay a path of its own.
+  /// that you want to keep its own path.
   virtual ~SPerformanceProfiler() = default;
 
   /// Finds the accumulator called `name`, or makes it, and starts its first record if that is idle.
@@ -116,7 +116,8 @@ struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
   /// locale. A measurement that is running is not in the sums.
   ///
   /// Throws ApplicationErrorException if the file cannot be opened, also for a path with a NUL in
-  /// it. A disk that is full cuts the report short without a word.
+  /// it; std::bad_alloc; and what a facet of the host's locale throws. The file then keeps what it
+  /// held. A disk that is full cuts the report short without a word.
   virtual void WriteReport(const std::string& path) = 0;
 
   /// Does what `WriteReport` does, and then frees all accumulators, unless it threw. Every handle

@@ -60,7 +60,9 @@ struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
   /// override nothing changes.
   ///
   /// Whether ids are unique across counters is up to the caller.
-  virtual Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) = 0;
+  [[nodiscard("an override lasts only as long as a reference to it")]] virtual Vorn::IntrudablePtr<
+      IScopedIdOverride>
+  OverrideCounter(std::int64_t value) = 0;
 };
 
 /// Makes the process's one id service. The caller owns it.

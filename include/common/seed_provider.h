@@ -32,8 +32,8 @@ struct VORN_LNK_SHARED_TYPE SSeedProvider {
 
 /// Makes the process's one seed provider, which the caller owns. Reads the clock in the storage.
 ///
-/// Throws ApplicationErrorException if the storage holds no clock, and on every call but the first;
-/// a first call that failed counts, too. One thread at a time.
+/// Throws ApplicationErrorException if the storage holds no clock, and on every call but the first,
+/// also if that one failed or its provider has ended; and std::bad_alloc. For one thread at a time.
 COMMON_SERVICES_EXPORT SSeedProvider* ManufactureSeedProvider();
 
 }  // namespace Common

@@ -1,6 +1,6 @@
 /// @file
-/// The engine's clock. It counts whole microseconds from its manufacture, waits to the microsecond,
-/// fills scopes with time, and makes periodic signals. Enter it into the storage right after
+/// The engine's clock. It counts whole microseconds from its manufacture, waits to within a few of
+/// them, fills scopes with time, and makes periodic signals. Enter it into the storage right after
 /// manufacture: the frame utility, the seed provider and the signals look for it there.
 ///
 /// ```cpp
@@ -75,6 +75,7 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   /// Any thread. REQUIRES: the filler ends before the clock does.
   ///
   /// Keep the result in a variable. One that is dropped at once waits for its whole length.
+  /// `pthread_cancel` ends a thread in the middle of `Wait`, but not of a filler's wait.
   [[nodiscard]] virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(
       std::uint64_t microseconds) = 0;
 
@@ -95,8 +96,8 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   ///
   /// Throws std::bad_alloc.
   ///
-  /// Any thread. With periods above 16.8 s the phase moves in steps and may reach 1.0, as it has
-  /// single precision.
+  /// Any thread. With periods above 16.8 s the phase moves in steps and may reach 1.0, because it
+  /// is computed in single precision.
   virtual Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period,
                                                       float duty) = 0;
 };
@@ -104,8 +105,8 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
 /// Makes the process's one clock, which the caller owns. Blocks for one sleep of 1 ms to learn how
 /// long such a sleep takes here.
 ///
-/// Throws ApplicationErrorException on every call but the first, also when the first clock has
-/// ended. One thread at a time.
+/// Throws ApplicationErrorException on every call but the first, also if that one failed or its
+/// clock has ended; and std::bad_alloc. For one thread at a time.
 COMMON_SERVICES_EXPORT STimeProvider* ManufactureTimeProvider();
 
 }  // namespace Common

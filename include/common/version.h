@@ -12,7 +12,7 @@
 #define COMMON_SERVICES_VERSION_MAJOR 1
 /// Rises when something was added that hosts may use.
 #define COMMON_SERVICES_VERSION_MINOR 1
-/// Rises when something was mended.
+/// Rises with a release that only fixes faults.
 #define COMMON_SERVICES_VERSION_PATCH 0
 
 #define COMMON_SERVICES_DETAIL_QUOTE(number) #number

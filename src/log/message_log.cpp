@@ -146,7 +146,7 @@ void MessageLogImpl::SetLogFile(const std::string& fileName) {
   logFile.Reset(std::move(path), true);
 }
 
-// Memory for the line is had before the lock, which is what other threads wait for.
+// The line's memory is allocated before the lock is taken, since other threads wait for that lock.
 void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text) {
   std::string line;
   line.reserve(prefix.size() + TimeStamper::UsualSize + 1 + text.size() + 1);
@@ -210,7 +210,8 @@ void MessageLogImpl::ReportFailedOpen() noexcept {
 namespace Log {
 
 SMessageLog* ManufactureMessageLog() {
-  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of SMessageLog!");
+  ++instanceCount;
+  if (instanceCount > 1) throw ApplicationErrorException("Multiple instances of SMessageLog!");
   return new MessageLogImpl;
 }
 

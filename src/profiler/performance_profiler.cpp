@@ -4,8 +4,9 @@
 #include <vorn_lnk/shared_path>
 
 #include <map>
-#include <ostream>
+#include <sstream>
 #include <string_view>
+#include <utility>
 
 #include "../output_file.h"
 
@@ -16,7 +17,6 @@ constexpr std::string_view ReportFileName = "profiler_data.csv";
 constexpr std::string_view AccumulatorTitle = "Profile for accumulator: ";
 constexpr std::string_view ColumnHeads = "Name\tTime[us]\tTime[s]\tCalls\tMeasure Cost[us]";
 
-constexpr std::size_t ReportBufferSize = 4096;
 constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
 using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
@@ -46,7 +46,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   ~PerformanceProfilerImpl() override {
     try {
       WriteReport({});
-    } catch (...) {  // without the folder there is no report, and nobody left to tell
+    } catch (...) {  // without the folder, or memory, there is no report, and nobody left to tell
     }
   }
 
@@ -63,13 +63,17 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
 
   void WriteReport(const std::string& path) override {
     const std::string chosen = path.empty() ? DefaultPath() : path;
-    char buffer[ReportBufferSize];
-    OutputFile file(Vorn::PathFromUtf8(chosen), OutputFile::Mode::ReplaceAtEnd, buffer);
+    // Nothing may fail once opening has cut the file, so the text is there before.
+    std::ostringstream report;  // the names are bytes; the numbers follow the global locale
+    report.exceptions(std::ios::badbit);
+    PrintReport(report, accumulators);
+    const std::string text = std::move(report).str();
+
+    OutputFile file(Vorn::PathFromUtf8(chosen), OutputFile::Mode::ReplaceAtEnd);
     if (!file.IsOpen()) {
       throw ApplicationErrorException("Failed to open file " + chosen + " for writing!");
     }
-    std::ostream report(&file);  // the names are bytes; the numbers follow the global locale
-    PrintReport(report, accumulators);
+    file.sputn(text.data(), static_cast<std::streamsize>(text.size()));
   }
 
   void WriteReportAndClear(const std::string& path) override {

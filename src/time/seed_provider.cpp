@@ -68,7 +68,8 @@ class SeedProviderImpl final : public SSeedProvider {
 };
 
 SSeedProvider* ManufactureSeedProvider() {
-  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of SSeedProvider");
+  ++instanceCount;
+  if (instanceCount > 1) throw ApplicationErrorException("Multiple instances of SSeedProvider");
   if (!HasTimeProvider()) throw ApplicationErrorException("SSeedProvider requires STimeProvider!");
   return new SeedProviderImpl;
 }

@@ -1,4 +1,5 @@
 #include <common/application_error_exception.h>
+#include <common/measure_cost.h>
 #include <common/time_provider.h>
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include "../cancellation_pause.h"
 #include "../console.h"
 #include "periodic_signals.h"
 
@@ -22,11 +24,6 @@ constexpr std::chrono::microseconds SleepStep{1000};
 constexpr std::uint64_t LongestWait = std::numeric_limits<std::int64_t>::max();
 
 std::int32_t instanceCount = 0;
-
-std::uint64_t ReadRawMicroseconds() {
-  const std::chrono::nanoseconds reading = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(reading.count()) / 1000;
-}
 
 // What is left at `now` of a `length` that began at `start`. The end less the reading counts as a
 // signed difference, so a wait may cross the wrap of the clock. A longer length than such a
@@ -56,7 +53,7 @@ class TimeProviderImpl final : public STimeProvider {
   void Calibrate();
 
   void SetOrigin(std::uint64_t rawMicroseconds) override { origin = rawMicroseconds; }
-  std::uint64_t Now() override { return ReadRawMicroseconds() - origin; }
+  std::uint64_t Now() override { return Detail::ReadMonotonicMicroseconds() - origin; }
   void Wait(std::uint64_t microseconds) override;
   Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) override;
   void RunTimingCheck() override;
@@ -83,6 +80,7 @@ class ScopedTimeFiller : public Vorn::IScoped {
 
   // Where SetOrigin has set the clock back, more than the duration seems to be left of it.
   ~ScopedTimeFiller() override {
+    const CancellationPause pause;
     const std::uint64_t left = TimeLeft(startTime, duration, provider->Now());
     provider->Wait(std::min(left, duration));
     provider->RemoveFiller();
@@ -110,7 +108,7 @@ TimeProviderImpl::~TimeProviderImpl() {
 
 // Sets the zero of the clock, then measures what a sleep of one step really takes on this machine.
 void TimeProviderImpl::Calibrate() {
-  origin = ReadRawMicroseconds();
+  origin = Detail::ReadMonotonicMicroseconds();
   const std::uint64_t before = Now();
   std::this_thread::sleep_for(SleepStep);
   sleepThreshold = (Now() - before) * 2;
@@ -144,7 +142,8 @@ Vorn::IntrudablePtr<IPeriodic> TimeProviderImpl::MakePeriodic(PeriodicKind kind,
 }
 
 STimeProvider* ManufactureTimeProvider() {
-  if (++instanceCount > 1) throw ApplicationErrorException("Multiple instances of STimeProvider!");
+  ++instanceCount;
+  if (instanceCount > 1) throw ApplicationErrorException("Multiple instances of STimeProvider!");
   auto provider = std::make_unique<TimeProviderImpl>();
   provider->Calibrate();
   return provider.release();

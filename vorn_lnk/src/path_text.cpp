@@ -6,9 +6,8 @@
 #include <climits>
 #endif
 
-namespace Vorn::Detail {
-
 #ifdef _WIN32
+namespace {
 
 // The system counts in 32 bits. A text that is too long for that names nothing, and neither does
 // what is left of it.
@@ -17,6 +16,13 @@ int SizeFor32Bits(const Text& text) {
   constexpr std::size_t Largest = INT_MAX;
   return static_cast<int>(text.size() < Largest ? text.size() : Largest);
 }
+
+}  // namespace
+#endif
+
+namespace Vorn::Detail {
+
+#ifdef _WIN32
 
 // The system's own conversions put U+FFFD where those of the standard library throw.
 std::wstring ToNativeText(const std::string& text) {

@@ -312,7 +312,7 @@ class TracedMeasurement {
  public:
   /// Takes over the measurement that runs on `handle`, which SPerformanceProfiler::OpenAccumulator
   /// has started. REQUIRES: `trace` and the accumulator outlive this object.
-  TracedMeasurement(AccumulatorHandle handle, Trace& trace)
+  [[nodiscard]] TracedMeasurement(AccumulatorHandle handle, Trace& trace)
       : handle(handle),
         trace(trace),
         accumulator(trace.FindAccumulator(handle)),
