@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034  # the variables are for those who source this file
 # What the project's commands share. To be sourced from the root of the checkout.
 
 # Installs the Debian packages that are missing. A user who may not install them is shown the one
@@ -42,7 +43,6 @@ windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
 # Wine keeps its state inside the build folder and its advice to itself.
 use_wine() {
-  # shellcheck disable=SC2034  # for those who source this file
   wine=/usr/lib/wine/wine64
   export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all LC_ALL=C.UTF-8  # which names of files need
   mkdir -p build
