@@ -3,7 +3,6 @@
 #include <common/performance_profiler.h>
 
 #include <algorithm>
-#include <atomic>
 #include <csignal>
 #include <iostream>
 #include <thread>
@@ -181,12 +180,7 @@ void ExpectNoCurrentPath(Call call) {
 
 TEST(Process, OutlivesAThreadThatIsCancelledWhileItsFillerWaits) {
   const std::unique_ptr<STimeProvider> clock(ManufactureTimeProvider());
-  std::atomic<bool> waits = false;
-  std::thread thread([&] {
-    const auto filler = clock->MakeTimeFiller(200'000);
-    waits = true;
-  });
-  while (!waits) std::this_thread::yield();
+  std::thread thread([&] { const auto filler = clock->MakeTimeFiller(200'000); });
   pthread_cancel(thread.native_handle());
   thread.join();
   EXPECT_GE(clock->Now(), 200'000U);

@@ -77,9 +77,12 @@ TEST_F(KitTrace, LeavesOutWhatSomebodyElseStopped) {
 }
 
 TEST_F(KitTrace, TellsRecordsApartThatShareAnAddressOneAfterTheOther) {
-  Measure("a", 1);
-  profiler->WriteReportAndClear("report.csv");
-  Measure("b", 1);
+  std::vector<MeasureRecord> records(1);
+  for (const char* name : {"a", "b"}) {
+    records[0].name = name;
+    Detail::StartMeasurement(records[0], 0);
+    const TracedMeasurement measurement({0, &records}, trace);
+  }
   ASSERT_EQ(trace.Summarize().size(), 2U);
   EXPECT_EQ(trace.Summarize().back().name, "b/b");
 }

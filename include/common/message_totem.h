@@ -18,14 +18,14 @@
 
 namespace Common {
 
-/// One value of the record: the one of the present frame, and one that may wait for the next.
+/// One value of the record: the one of the current frame, and one that may wait for the next.
 template <class T>
 struct TotemLatch {
   T pending{};             ///< the value of the next frame, where `isPending` is set
   bool isPending = false;  ///< whether a value waits for the frame edge
-  T current{};             ///< the value of the present frame
+  T current{};             ///< the value of the current frame
 
-  /// Returns the value of the present frame. For the thread that ticks.
+  /// Returns the value of the current frame. For the thread that ticks.
   const T& Read() const { return current; }
 
   /// Sets the value of the next frame; the last write of a frame wins. For the thread that ticks.

@@ -50,13 +50,13 @@ struct AccumulatorHandle {
   std::uint64_t position = 0;                     ///< of the record that is being measured
   std::vector<MeasureRecord>* records = nullptr;  ///< the accumulator's, which owns them
 
-  /// Ends the measurement of the present record: adds the time since its start, one call, and what
+  /// Ends the measurement of the current record: adds the time since its start, one call, and what
   /// it cost to read the clock.
   void Stop() const;
 
-  /// Ends the measurement of the present record and starts one on the record called `name`, both
+  /// Ends the measurement of the current record and starts one on the record called `name`, both
   /// at the same reading of the clock. A new name makes a further record, behind the others; the
-  /// accumulator's own name leads back to its first. To go on to the present record ends its
+  /// accumulator's own name leads back to its first. To go on to the current record ends its
   /// measurement and starts the next.
   ///
   /// Throws std::bad_alloc where a record must be made; the measurement then runs on.
@@ -72,7 +72,7 @@ class ScopedMeasurement {
   /// Takes over the measurement that `handle` stands for, which is running already.
   [[nodiscard]] explicit ScopedMeasurement(AccumulatorHandle handle) : handle(handle) {}
 
-  /// Ends the measurement of the present record.
+  /// Ends the measurement of the current record.
   ~ScopedMeasurement() { handle.Stop(); }
 
   ScopedMeasurement(const ScopedMeasurement&) = delete;
@@ -166,7 +166,7 @@ inline void AccumulatorHandle::GoOnTo(const std::string& name) {
   position = next;
 }
 
-// Phases mostly follow each other as they did before, so the search begins behind the present
+// Phases mostly follow each other as they did before, so the search begins behind the current
 // record.
 inline std::uint64_t AccumulatorHandle::FindOrMakeRecord(const std::string& name) const {
   const auto isNamed = [&name](const MeasureRecord& record) { return record.name == name; };

@@ -1,6 +1,6 @@
 /// @file
 /// Waves of the engine's clock. A signal remembers nothing: its value follows from the clock's
-/// present time alone, so all signals of one kind and period are in step, whenever they were made.
+/// current time alone, so all signals of one kind and period are in step, whenever they were made.
 ///
 /// ```cpp
 /// const auto daylight = clock->MakePeriodic(Common::PeriodicKind::Sine, 60'000'000, 0.0F);

@@ -11,7 +11,7 @@ namespace {
 
 std::unique_ptr<Plugin> StartPlugin(const Module& module, const PluginHost& host) {
   void* const start = module.Find("StartHarborPlugin1");
-  if (start == nullptr) throw std::runtime_error("it is no plugin of this host");
+  if (start == nullptr) throw std::runtime_error("it is not a plugin of this host");
   return std::unique_ptr<Plugin>(reinterpret_cast<decltype(&StartHarborPlugin1)>(start)(host));
 }
 

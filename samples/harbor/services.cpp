@@ -11,7 +11,7 @@ namespace {
 void RescueLog() {
   if (!std::filesystem::exists(LogFile)) return;
   Log::Get()->SetLogFile(LogFile);
-  Log::Get()->LogWarning("the previous log could not be moved away, this one stands behind it");
+  Log::Get()->LogWarning("the previous log could not be moved away; this run is appended to it");
 }
 
 }  // namespace

@@ -318,7 +318,7 @@ class TracedMeasurement {
         accumulator(trace.FindAccumulator(handle)),
         nameInTrace(trace.FindName(accumulator, handle)) {}
 
-  /// Ends the measurement of the present record, which goes into the trace.
+  /// Ends the measurement of the current record, which goes into the trace.
   ~TracedMeasurement() {
     const Running running = Present();
     handle.Stop();
