@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <locale>
 #include <new>
 #include <sstream>
 #include <vector>
@@ -57,6 +58,8 @@ const std::string LongText(100, 'x');
 const std::string MainFile = "content/config/config.txt";
 const std::string MainText = "key = " + LongText + '\n';
 const std::string LogFile = "zeb_log.txt";
+const std::string ReportFile = "report.csv";
+const std::locale& Classic = std::locale::classic();
 constexpr int HeaderLines = 3;
 constexpr int OperationsPerInput = 8;
 
@@ -140,7 +143,7 @@ void Operate(Host& host, int operation) {
       host.profiler->OpenAccumulator(LongText).GoOnTo(LongText + "2");
       return;
     case 6:
-      return host.profiler->WriteReportAndClear("report.csv");
+      return host.profiler->WriteReportAndClear(ReportFile);
     case 7:
       host.frame->CreateReactor(0)->SetCallback([](std::uint64_t) {});
       return;
@@ -164,6 +167,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   FuzzedDataProvider data(bytes, size);
   for (int left = OperationsPerInput; left > 0 && data.remaining_bytes() > 0; --left) {
     const int operation = data.ConsumeIntegralInRange(0, 11);
+    // A host's own locale takes memory for the first number that is written under it.
+    if (operation == 6) std::locale::global(std::locale(Classic, new std::numpunct<char>));
     allocationsUntilFailure = data.ConsumeIntegralInRange(0, 24);
     try {
       Operate(host, operation);
@@ -175,6 +180,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     allocationsUntilFailure = 0;
     if (operation == 2)
       Check(ReadFile(MainFile) == MainText, "no file is cut for what cannot be written");
+    if (operation == 6 && std::filesystem::exists(ReportFile))
+      Check(ReadFile(ReportFile).ends_with('\n'), "no report is cut for what cannot be written");
+    std::locale::global(Classic);
   }
   return 0;
 }

@@ -59,8 +59,9 @@ struct PtrWithoutMemory {
 TEST(Singleton, WithoutMemoryForTheOwnerTheServiceStaysTheCallers) {
   std::string failureAtEnd;
   Probe probe(failureAtEnd);
-  EXPECT_THROW((Vorn::Singleton<Probe, PtrWithoutMemory>::Create(&probe)), std::bad_alloc);
-  EXPECT_EQ(FailureOf(Access<Probe>::Get), NoInstance);
+  using AccessWithoutMemory = Vorn::Singleton<Probe, PtrWithoutMemory>;
+  EXPECT_THROW(AccessWithoutMemory::Create(&probe), std::bad_alloc);
+  EXPECT_EQ(FailureOf(AccessWithoutMemory::Get), NoInstance);
 }
 
 #ifndef _WIN32
