@@ -124,7 +124,7 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
 /// the storage until the utility ends. Needs no clock yet.
 ///
 /// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
-/// utility has ended; `Vorn::MissingInstance` if a totem stands in the storage already; and
+/// utility has ended; `Vorn::MissingInstance` if a totem is in the storage already; and
 /// `std::bad_alloc`. For one thread at a time.
 COMMON_SERVICES_EXPORT SFrameUtility* ManufactureFrameUtility();
 

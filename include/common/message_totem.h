@@ -1,6 +1,6 @@
 /// @file
 /// A record of values that change only at the frame edge: what is written during one frame is read
-/// in the next, by everyone alike. It stands in the storage while a frame utility lives.
+/// in the next, by everyone alike. It is in the storage while a frame utility lives.
 ///
 /// ```cpp
 /// auto* totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>::Get();

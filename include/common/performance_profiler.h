@@ -100,7 +100,7 @@ struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
   virtual AccumulatorHandle OpenAccumulator(const std::string& name) = 0;
 
   /// Writes all accumulators to the file at `path`, in place of what it held. The path is UTF-8; an
-  /// empty one stands for `content/ut_result/profiler_data.csv`. Folders are not made.
+  /// empty one means `content/ut_result/profiler_data.csv`. Folders are not made.
   ///
   /// The text starts with an empty line. A block follows for each accumulator, in the byte order of
   /// their names: the line `Profile for accumulator: `, a tab and the name; an empty line; the

@@ -8,8 +8,8 @@
 /// ids->MakeUniqueName("/$1#crane");  // /$2#crane: the copy of a named thing gets its own name
 /// ```
 ///
-/// A prefix is what stands at the very start of a name from `/$` to the first `#` behind it,
-/// whatever lies between: `/$17#`, `/$#` and `/$quay#` are prefixes. `/$17` is none, because it has
+/// A prefix is the part at the very start of a name from `/$` to the first `#` behind it, whatever
+/// lies between: `/$17#`, `/$#` and `/$quay#` are prefixes. `/$17` is none, because it has
 /// no `#`, and neither is the middle of `a/$17#b`.
 #pragma once
 

@@ -1,6 +1,6 @@
 /// @file
-/// The version of the library whose headers a host was compiled with. The numbers stand here and
-/// nowhere else: the build and the packages read them from this file.
+/// The version of the library whose headers a host was compiled with. The numbers are given here
+/// and nowhere else: the build and the packages read them from this file.
 ///
 /// ```cpp
 /// static_assert(COMMON_SERVICES_VERSION_MAJOR == 1, "written for the first major version");

@@ -40,7 +40,7 @@ namespace Common::Kit {
 ///
 ///     Setting 'window/width' is 'wide', not a whole number from 320 to 7680; using 1280.
 ///
-/// A value that equals the fallback is never wrong, so a fallback may stand outside the range or
+/// A value that equals the fallback is never wrong, so a fallback may lie outside the range or
 /// the set, for instance -1 for "not set". All operations throw what the store and the log do. For
 /// one thread at a time.
 class SettingsReader {
@@ -51,7 +51,7 @@ class SettingsReader {
   SettingsReader(const SettingsReader&) = delete;
   SettingsReader& operator=(const SettingsReader&) = delete;
 
-  /// The value of `key` as it stands, also when it is empty. No text is wrong.
+  /// The value of `key` as it is, also when it is empty. No text is wrong.
   std::string ReadText(const std::string& key, const std::string& fallback) {
     return Ask(key, fallback);
   }

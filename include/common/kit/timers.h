@@ -1,7 +1,7 @@
 /// @file
-/// Timers that stand on their own: each runs in the first tick that finds its time passed, and none
-/// holds back another. They stand beside the delayed calls of the frame utility, which are a queue
-/// and run strictly in the order of scheduling.
+/// Independent timers: each runs in the first tick that finds its time passed, and none holds back
+/// another. The delayed calls of the frame utility, in contrast, are a queue and run strictly in
+/// the order of scheduling.
 ///
 /// ```cpp
 /// Common::Kit::Timers timers(*frames);
@@ -76,7 +76,7 @@ class Timers {
   Timers& operator=(const Timers&) = delete;
 
   /// Runs `callback` once, in the first tick that finds `delay` microseconds passed since this
-  /// call; 0 stands for the next tick. A delay may be as long as 2^63.
+  /// call; 0 means the next tick. A delay may be as long as 2^63.
   ///
   /// Returns the timer's name for Cancel. Throws Vorn::MissingInstance without a clock, and
   /// std::bad_alloc; after either, nothing has changed.
