@@ -24,6 +24,7 @@ install(FILES ${PROJECT_BINARY_DIR}/CommonServicesConfig.cmake
 # A debug build has a file of its own, common_servicesd.pc, as it has libraries of its own.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
            BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE prefix_from_pc)
+# A folder that is given as an absolute path takes the place of the prefix.
 cmake_path(APPEND libdir_from_prefix "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 cmake_path(APPEND includedir_from_prefix "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(cmake/common_services.pc.in ${PROJECT_BINARY_DIR}/common_services.pc.in @ONLY)

@@ -15,7 +15,7 @@ namespace Common {
 namespace {
 
 // What one call of the system takes at most; Windows counts in 32 bits.
-constexpr std::streamsize LargestWrite = 1 << 30;
+constexpr std::size_t LargestWrite = 1 << 30;
 
 #ifdef _WIN32
 
@@ -24,8 +24,9 @@ int OpenDescriptor(const wchar_t* path, int modeFlags) noexcept {
                 _S_IREAD | _S_IWRITE);
 }
 
-std::streamsize WriteSome(int descriptor, const char* bytes, std::streamsize count) noexcept {
-  return _write(descriptor, bytes, static_cast<unsigned>(std::min(count, LargestWrite)));
+std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {
+  const std::size_t count = std::min(bytes.size(), LargestWrite);
+  return _write(descriptor, bytes.data(), static_cast<unsigned>(count));
 }
 
 bool SeekEnd(int descriptor) noexcept { return _lseeki64(descriptor, 0, SEEK_END) >= 0; }
@@ -39,10 +40,9 @@ int OpenDescriptor(const char* path, int modeFlags) noexcept {
   return open(path, O_WRONLY | O_CREAT | O_CLOEXEC | modeFlags, everybody);
 }
 
-std::streamsize WriteSome(int descriptor, const char* bytes, std::streamsize count) noexcept {
+std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {
   while (true) {
-    const auto written =
-        write(descriptor, bytes, static_cast<std::size_t>(std::min(count, LargestWrite)));
+    const auto written = write(descriptor, bytes.data(), std::min(bytes.size(), LargestWrite));
     if (written >= 0 || errno != EINTR) return written;
   }
 }
@@ -65,9 +65,7 @@ OutputFile::OutputFile(const std::filesystem::path& path, Mode mode,
     : buffer(buffer), descriptor(Closed) {
   if (HoldsNul(path)) return;
   descriptor = OpenDescriptor(path.c_str(), mode == Mode::Append ? O_APPEND : O_TRUNC);
-  if (!IsOpen()) return;
-  setp(buffer.data(), buffer.data() + buffer.size());
-  if (mode == Mode::ReplaceAtEnd && !SeekEnd(descriptor)) Close();
+  if (IsOpen() && mode == Mode::ReplaceAtEnd && !SeekEnd(descriptor)) Close();
 }
 
 OutputFile::~OutputFile() {
@@ -75,50 +73,29 @@ OutputFile::~OutputFile() {
   Close();
 }
 
-OutputFile::int_type OutputFile::overflow(int_type byte) {
-  if (!WriteBuffer()) return traits_type::eof();
-  if (traits_type::eq_int_type(byte, traits_type::eof())) return traits_type::not_eof(byte);
-  const char inserted = traits_type::to_char_type(byte);
-  return xsputn(&inserted, 1) == 1 ? byte : traits_type::eof();
+void OutputFile::Write(std::string_view bytes) noexcept {
+  if (bytes.size() > buffer.size() - gathered) WriteBuffer();
+  if (bytes.size() > buffer.size()) return WriteThrough(bytes);
+  bytes.copy(buffer.data() + gathered, bytes.size());
+  gathered += bytes.size();
 }
 
-std::streamsize OutputFile::xsputn(const char* bytes, std::streamsize count) {
-  if (count > epptr() - pptr()) {
-    if (!WriteBuffer()) return 0;
-    if (count > epptr() - pptr()) return WriteBytes(bytes, count) ? count : 0;
+void OutputFile::WriteBuffer() noexcept {
+  WriteThrough({buffer.data(), gathered});
+  gathered = 0;
+}
+
+void OutputFile::WriteThrough(std::string_view bytes) noexcept {
+  while (IsOpen() && !bytes.empty()) {
+    const std::ptrdiff_t written = WriteSome(descriptor, bytes);
+    if (written <= 0) return Close();
+    bytes.remove_prefix(static_cast<std::size_t>(written));
   }
-  traits_type::copy(pptr(), bytes, static_cast<std::size_t>(count));
-  pbump(static_cast<int>(count));
-  return count;
 }
 
-int OutputFile::sync() { return WriteBuffer() ? 0 : -1; }
-
-bool OutputFile::WriteBuffer() noexcept {
-  if (!WriteBytes(pbase(), pptr() - pbase())) return false;
-  setp(buffer.data(), buffer.data() + buffer.size());
-  return true;
-}
-
-bool OutputFile::WriteBytes(const char* bytes, std::streamsize count) noexcept {
-  if (!IsOpen()) return false;
-  while (count > 0) {
-    const std::streamsize written = WriteSome(descriptor, bytes, count);
-    if (written <= 0) {
-      Close();
-      return false;
-    }
-    bytes += written;
-    count -= written;
-  }
-  return true;
-}
-
-// With nothing to gather bytes in, all later ones end at the closed descriptor.
 void OutputFile::Close() noexcept {
   if (IsOpen()) CloseDescriptor(descriptor);
   descriptor = Closed;
-  setp(nullptr, nullptr);
 }
 
 }  // namespace Common

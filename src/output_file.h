@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <span>
-#include <streambuf>
+#include <string_view>
 
 #include "cancellation_pause.h"
 
@@ -15,7 +16,7 @@ namespace Common {
 // and after the first failure all others are dropped. They send bytes through the global locale's
 // codecvt, which may change them; here bytes are bytes. And they cut a name at its first NUL, which
 // makes it another file's name; here no such file can be opened.
-class OutputFile final : public std::streambuf {
+class OutputFile final {
  public:
   enum class Mode {
     Append,
@@ -23,12 +24,12 @@ class OutputFile final : public std::streambuf {
     ReplaceAtEnd,  // as Replace, but fails for a file without an end, such as a pipe
   };
 
-  // Bytes are gathered in `buffer`, which must outlive this object; without one, each insertion is
-  // a write of its own.
+  // Bytes are gathered in `buffer`, which must outlive this object; without one, each `Write` goes
+  // to the file at once.
   OutputFile(const std::filesystem::path& path, Mode mode, std::span<char> buffer = {}) noexcept;
 
   // Writes what is left in the buffer and closes the file; a failure goes unnoticed.
-  ~OutputFile() override;
+  ~OutputFile();
 
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -36,20 +37,23 @@ class OutputFile final : public std::streambuf {
   // False where the file could not be opened, and after a failed write.
   bool IsOpen() const noexcept { return descriptor != Closed; }
 
- protected:
-  int_type overflow(int_type byte) override;
-  std::streamsize xsputn(const char* bytes, std::streamsize count) override;
-  int sync() override;
+  // Puts the bytes behind those that were written before. Does nothing where the file is not open.
+  void Write(std::string_view bytes) noexcept;
 
  private:
   static constexpr int Closed = -1;
 
-  bool WriteBuffer() noexcept;
-  bool WriteBytes(const char* bytes, std::streamsize count) noexcept;
+  void WriteBuffer() noexcept;
+
+  // Hands the bytes to the system, in as many writes as it takes. The first that fails closes the
+  // file, so that all later ones do nothing.
+  void WriteThrough(std::string_view bytes) noexcept;
+
   void Close() noexcept;
 
   const CancellationPause pause;  // until the file is closed
-  std::span<char> buffer;
+  const std::span<char> buffer;
+  std::size_t gathered = 0;  // how much of the buffer is in use
   int descriptor;
 };
 

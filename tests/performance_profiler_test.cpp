@@ -56,8 +56,8 @@ TEST_F(PerformanceProfiler, ReportsNumbersInTheGlobalLocale) {
 }
 
 TEST_F(PerformanceProfiler, KeepsItsRecordsAndMakesNoFolderWhereItCannotWrite) {
-  const auto report = [this] { profiler->WriteReportAndClear(""); };
-  EXPECT_EQ(FailureOf(report), "Failed to open file " + DefaultPath + " for writing!");
+  EXPECT_EQ(FailureOf([this] { profiler->WriteReportAndClear(""); }),
+            "Failed to open file " + DefaultPath + " for writing!");
   EXPECT_TRUE(std::filesystem::is_empty("."));
   EXPECT_EQ(Report(), EmptyReport + Block("a", "a/a\t0\t0\t0\t0\n"));
 }

@@ -51,9 +51,9 @@ struct VORN_LNK_SHARED_TYPE IFrameReactor : Vorn::Intrudable {
 /// run on.
 ///
 /// What waits is due earlier when `STimeProvider::SetOrigin` moves the clock on, and later when it
-/// sets the clock back, by as much. Set back behind the time at which a call was scheduled, or at
-/// which a reactor last fired, the clock makes it due at once. Ids stay as they are, so one that
-/// was given out before may be given out again.
+/// sets the clock back, by as much. A call is due at once if the clock then reads less than when
+/// the call was scheduled, and so is a reactor if it reads less than when the reactor last fired.
+/// Ids stay as they are, so one that was given out before may be given out again.
 struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// Drops the calls that still wait, unrun, and takes `SMessageTotem` out of the storage. A second
   /// utility cannot be made in the same process.

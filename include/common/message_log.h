@@ -39,7 +39,7 @@
 /// - A child made by `fork` has a copy of the lines that wait. It must end through `_exit` or
 ///   `exec`: with `exit`, an owner at file scope writes them a second time. If another thread was
 ///   logging at the time of the `fork`, the child's first log call waits forever.
-/// - A log call is no cancellation point: `pthread_cancel` takes effect at the next one behind it.
+/// - A log call is no cancellation point: `pthread_cancel` takes effect at the next one after it.
 #pragma once
 
 #include <common/common_services_export.h>

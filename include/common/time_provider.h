@@ -44,8 +44,8 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   /// Earlier readings of `Now` no longer compare with later ones. Signals jump to their new phase.
   /// A filler that is alive takes a shift forward for time that has passed, and one backward for
   /// time still to come: it ends earlier or later, but never waits for more than its whole length.
-  /// What happens to reactors and delayed calls is told in `<common/frame_utility.h>`. Best called
-  /// right after manufacture.
+  /// What happens to reactors and delayed calls is described in `<common/frame_utility.h>`. Best
+  /// called right after manufacture.
   virtual void SetOrigin(std::uint64_t rawMicroseconds) = 0;
 
   /// Reads the clock: whole microseconds, rounded down, since its manufacture or since the origin

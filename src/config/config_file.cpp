@@ -104,7 +104,7 @@ void ConfigFileImpl::WriteFile(const ConfigEntries& settings, const std::string&
     ReportError("File '" + path + "' write error.");
     return;
   }
-  file.sputn(text.data(), static_cast<std::streamsize>(text.size()));
+  file.Write(text);
 }
 
 std::string ConfigFileImpl::GetString(const std::string& key, const std::string& defaultValue) {

@@ -195,8 +195,7 @@ bool MessageLogImpl::WritePendingLines() noexcept {
     ReportFailedOpen();
     return false;
   }
-  for (const std::string& line : pendingLines)
-    file.sputn(line.data(), static_cast<std::streamsize>(line.size()));
+  for (const std::string& line : pendingLines) file.Write(line);
   return true;
 }
 

@@ -73,7 +73,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
     if (!file.IsOpen()) {
       throw ApplicationErrorException("Failed to open file " + chosen + " for writing!");
     }
-    file.sputn(text.data(), static_cast<std::streamsize>(text.size()));
+    file.Write(text);
   }
 
   void WriteReportAndClear(const std::string& path) override {
