@@ -3,7 +3,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vorn_lnk common_services EXPORT CommonServicesTargets
+install(TARGETS vorn_lnk common_services common_services_kit EXPORT CommonServicesTargets
         RUNTIME COMPONENT common-services
         LIBRARY COMPONENT common-services NAMELINK_COMPONENT common-services-dev
         ARCHIVE COMPONENT common-services-dev

@@ -26,6 +26,7 @@
 /// after the store has ended. Without a log they are thrown as `Vorn::MissingInstance`.
 #pragma once
 
+#include <common/application_error_exception.h>
 #include <common/common_services_export.h>
 #include <vorn_lnk/shared_path>
 #include <vorn_lnk/shared_type>
@@ -125,6 +126,18 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// digits may be grouped as in the global C++ locale. Any other text reads as `defaultValue` and
   /// stays in the store.
   virtual std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) = 0;
+
+  /// A copy of all settings. A store that does not offer this, such as a host's own, throws
+  /// `ApplicationErrorException`, so that it is never taken for an empty one.
+  virtual ConfigEntries Entries() {
+    throw ApplicationErrorException("This settings store does not list its entries.");
+  }
+
+  /// Removes `key` with its value, so that neither is saved again. Returns whether it was there. A
+  /// store that does not offer this throws `ApplicationErrorException`.
+  virtual bool Remove(const std::string& /*key*/) {
+    throw ApplicationErrorException("This settings store does not remove entries.");
+  }
 };
 
 }  // namespace Common::Config

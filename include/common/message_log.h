@@ -50,6 +50,13 @@
 
 namespace Common::Log {
 
+/// The kinds of line that a log has, the gravest first.
+enum class LogKind {
+  Error,    ///< LogError
+  Warning,  ///< LogWarning
+  Message,  ///< LogMessage
+};
+
 /// The log. Any thread may add lines; everything else but `Flush` is for the host to keep apart.
 struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// Writes all waiting lines, whatever live output says, and so makes the file even where nothing
@@ -127,6 +134,14 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// Throws nothing. Any thread; waits for other threads' log calls. Not for signal handlers: a
   /// signal may interrupt any thread in the middle of a log call, or of an allocation.
   virtual bool Flush() { return true; }
+
+  /// Names a guard file for the lines that wait. A log that keeps none answers false.
+  virtual bool SetGuardFile(const std::string& /*fileName*/) { return false; }
+
+  /// Whether a line of this kind would be kept, so that a caller may spare itself the formatting of
+  /// one that would not. The log itself keeps every line. A log that stands before it, and filters,
+  /// answers for its filter. Throws nothing. Any thread.
+  virtual bool Wants(LogKind /*kind*/) { return true; }
 };
 
 /// Makes the process's one log, which the caller owns: moves the previous log away and queues a

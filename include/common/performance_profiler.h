@@ -22,6 +22,7 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -123,6 +124,11 @@ struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
   /// Does what `WriteReport` does, and then frees all accumulators, unless it threw. Every handle
   /// is dead after that: open its accumulator again.
   virtual void WriteReportAndClear(const std::string& path) = 0;
+
+  /// A copy of all accumulators by their names, each with its records in the order of their making.
+  /// A measurement that is running is not in the sums. A profiler that does not offer this has
+  /// none. Throws std::bad_alloc.
+  virtual std::map<std::string, std::vector<MeasureRecord>> Accumulators() { return {}; }
 };
 
 /// Makes a profiler, which the caller owns. A process may have several, each with accumulators of

@@ -58,6 +58,8 @@ class ConfigFileImpl final : public Config::SConfigFile {
   void SetString(const std::string& key, const std::string& value) override;
   void SetInt(const std::string& key, std::int32_t value) override;
   std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) override;
+  ConfigEntries Entries() override { return entries; }
+  bool Remove(const std::string& key) override { return entries.erase(key) > 0; }
 
  private:
   ConfigEntries entries;

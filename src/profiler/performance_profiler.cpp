@@ -19,7 +19,7 @@ constexpr std::string_view ColumnHeads = "Name\tTime[us]\tTime[s]\tCalls\tMeasur
 
 constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
-using Accumulators = std::map<std::string, std::vector<MeasureRecord>>;
+using AccumulatorMap = std::map<std::string, std::vector<MeasureRecord>>;
 
 std::string DefaultPath() { return (UtResultFolder + '/').append(ReportFileName); }
 
@@ -30,7 +30,7 @@ void PrintRecord(std::ostream& report, const std::string& accumulator,
          << '\t' << record.measureCost << '\n';
 }
 
-void PrintReport(std::ostream& report, const Accumulators& accumulators) {
+void PrintReport(std::ostream& report, const AccumulatorMap& accumulators) {
   report << '\n';
   for (const auto& [name, records] : accumulators) {
     report << AccumulatorTitle << '\t' << name << "\n\n" << ColumnHeads << '\n';
@@ -81,8 +81,10 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
     accumulators.clear();
   }
 
+  AccumulatorMap Accumulators() override { return accumulators; }
+
  private:
-  Accumulators accumulators;
+  AccumulatorMap accumulators;
 };
 
 SPerformanceProfiler* ManufacturePerformanceProfiler() { return new PerformanceProfilerImpl; }

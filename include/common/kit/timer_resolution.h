@@ -10,20 +10,6 @@
 /// ```
 #pragma once
 
-#ifdef _WIN32
-
-// The declarations of <windows.h>, whose macros a host may not want.
-struct HINSTANCE__;
-extern "C" {
-__declspec(dllimport) HINSTANCE__* __stdcall LoadLibraryExA(const char* name, void* file,
-                                                            unsigned long flags);
-__declspec(dllimport) long long(__stdcall* __stdcall GetProcAddress(HINSTANCE__* module,
-                                                                    const char* name))();
-__declspec(dllimport) int __stdcall FreeLibrary(HINSTANCE__* module);
-}
-
-#endif
-
 namespace Common::Kit {
 
 /// Asks Windows for a timer of 1 ms from its making to its end; does nothing on other systems.
@@ -37,46 +23,17 @@ namespace Common::Kit {
 /// file the timer stays as it was. Several may live at once. Throws nothing. Any thread.
 class [[maybe_unused]] ScopedTimerResolution {
  public:
-#ifdef _WIN32
   /// Asks for the fine timer.
-  ScopedTimerResolution() : library(LoadLibraryExA("winmm.dll", nullptr, FromSystemFolder)) {
-    if (library == nullptr) return;
-    const SetPeriod beginPeriod = FindOperation("timeBeginPeriod");
-    const SetPeriod endPeriod = FindOperation("timeEndPeriod");
-    if (beginPeriod == nullptr || endPeriod == nullptr) return;
-    if (beginPeriod(PeriodMilliseconds) == Granted) giveBack = endPeriod;
-  }
+  ScopedTimerResolution() noexcept;
 
   /// Gives the fine timer back.
-  ~ScopedTimerResolution() {
-    if (giveBack != nullptr) giveBack(PeriodMilliseconds);
-    if (library != nullptr) FreeLibrary(library);
-  }
-#else
-  /// Does nothing on this system.
-  ScopedTimerResolution() = default;
-#endif
+  ~ScopedTimerResolution();
 
   ScopedTimerResolution(const ScopedTimerResolution&) = delete;
   ScopedTimerResolution& operator=(const ScopedTimerResolution&) = delete;
 
-#ifdef _WIN32
  private:
-  using SetPeriod = unsigned int(__stdcall*)(unsigned int milliseconds);
-  using AnyFunction = void (*)();
-
-  static constexpr unsigned long FromSystemFolder = 0x800;
-  static constexpr unsigned int PeriodMilliseconds = 1;
-  static constexpr unsigned int Granted = 0;
-
-  SetPeriod FindOperation(const char* name) const {
-    const auto address = reinterpret_cast<AnyFunction>(GetProcAddress(library, name));
-    return reinterpret_cast<SetPeriod>(address);
-  }
-
-  HINSTANCE__* const library;
-  SetPeriod giveBack = nullptr;  // none where nothing was granted
-#endif
+  void* grantor = nullptr;  // the system's library while it grants the fine timer
 };
 
 }  // namespace Common::Kit
