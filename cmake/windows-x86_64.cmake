@@ -24,7 +24,8 @@ if(NOT EXISTS ${Boost_INCLUDE_DIR}/boost)
   file(CREATE_LINK /usr/include/boost ${Boost_INCLUDE_DIR}/boost SYMBOLIC)
 endif()
 
-find_program(WINE NAMES wine64 wine PATHS /usr/lib/wine)
+find_program(WINE NAMES wine64 wine wine64-stable
+             PATHS /usr/lib/wine /usr/lib/x86_64-linux-gnu/wine)
 if(WINE)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE})
 endif()

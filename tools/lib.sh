@@ -1,10 +1,16 @@
 # shellcheck shell=bash disable=SC2034  # the variables are for those who source this file
 # What the project's commands share. To be sourced from the root of the checkout.
 
+oldest_cmake=$(sed -nE 's/^cmake_minimum_required\(VERSION ([0-9.]+)\)/\1/p' CMakeLists.txt)
+
 # Installs the Debian packages that are missing. A user who may not install them is shown the one
-# command that does, and nothing is built. Where there is no apt-get, what is needed is said before
-# the build begins.
+# command that does, and nothing is built. Where there is no apt-get, or CMake is too old, what is
+# needed is said before anything is installed.
 install_packages() {
+  local missing=() package as_root=()
+  if command -v cmake >/dev/null; then
+    refuse_old_cmake "$(cmake --version | sed -n '1s/[^0-9]*//p')"
+  fi
   if ! command -v apt-get >/dev/null; then
     echo "This system has no apt-get. What is needed stands in these Debian packages: $*" >&2
     if command -v c++ >/dev/null && command -v cmake >/dev/null && command -v ninja >/dev/null; then
@@ -13,10 +19,8 @@ install_packages() {
     echo "A C++ compiler, CMake or Ninja is missing. Install them, then try again." >&2
     exit 1
   fi
-  local missing=() package as_root=()
   for package in "$@"; do
-    [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
-      missing+=("$package")
+    has_package "$package" || missing+=("$package")
   done
   [ ${#missing[@]} -gt 0 ] || return 0
   if [ "$(id -u)" -ne 0 ]; then
@@ -29,8 +33,25 @@ install_packages() {
   fi
   echo "Installing ${missing[*]}"
   "${as_root[@]}" apt-get update -qq
+  if ! command -v cmake >/dev/null; then
+    refuse_old_cmake "$(apt-cache policy cmake | sed -n 's/^  Candidate: //p')"
+  fi
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" >/dev/null
+    apt-get install -q -y --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" |
+    grep --line-buffered -E '^(Need to get|Get:|Setting up) '
+}
+
+# A CMake that is not Debian's own is as good.
+has_package() {
+  [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ] ||
+    { [ "$1" = cmake ] && command -v cmake >/dev/null; }
+}
+
+refuse_old_cmake() {
+  [ "$(printf '%s\n' "$oldest_cmake" "$1" | sort -V | head -n 1)" != "$oldest_cmake" ] || return 0
+  echo "CMake $oldest_cmake or later is needed, and this system has ${1:-none}. Kitware's packages at" \
+    "https://apt.kitware.com or 'pip install cmake' bring a new one. Nothing was installed." >&2
+  exit 1
 }
 
 # Whether sudo is there and can be answered: without a password or at a terminal.
@@ -41,9 +62,19 @@ may_use_sudo() {
 build_packages=(g++ cmake ninja-build libboost-dev)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
+# Prints the command, which distributions keep in different places.
+find_wine() {
+  local place
+  for place in wine64 /usr/lib/wine/wine64 /usr/lib/*/wine/wine wine64-stable wine; do
+    command -v "$place" && return
+  done
+  echo "Wine is installed, but none of its commands is where it was looked for." >&2
+  return 1
+}
+
 # Wine keeps its state inside the build folder and its advice to itself.
 use_wine() {
-  wine=/usr/lib/wine/wine64
+  wine=$(find_wine)
   export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all LC_ALL=C.UTF-8  # which names of files need
   mkdir -p build
   [ -e "$WINEPREFIX/ready" ] && return
