@@ -7,6 +7,9 @@
 #include <cerrno>
 #ifdef _WIN32
 #include <io.h>
+#include <share.h>
+
+#include <cstdio>
 #else
 #include <unistd.h>
 #endif
@@ -20,8 +23,10 @@ constexpr std::size_t LargestWrite = 1 << 30;
 #ifdef _WIN32
 
 int OpenDescriptor(const wchar_t* path, int modeFlags) noexcept {
-  return _wopen(path, _O_WRONLY | _O_CREAT | _O_TEXT | _O_NOINHERIT | modeFlags,
-                _S_IREAD | _S_IWRITE);
+  int descriptor = -1;
+  _wsopen_s(&descriptor, path, _O_WRONLY | _O_CREAT | _O_TEXT | _O_NOINHERIT | modeFlags,
+            _SH_DENYNO, _S_IREAD | _S_IWRITE);
+  return descriptor;
 }
 
 std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {

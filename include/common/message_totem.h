@@ -74,13 +74,14 @@ struct VORN_LNK_SHARED_TYPE SMessageTotem {
 
 namespace Detail {
 
+// The compilers' own operation: the macro of Microsoft's library is no constant expression.
 template <class T>
 constexpr bool LatchHasLayout(std::size_t size, std::size_t alignment, std::size_t latchSize) {
   using Latch = TotemLatch<T>;
   return sizeof(T) == size && alignof(T) == alignment && sizeof(bool) == 1 &&
          sizeof(Latch) == latchSize && alignof(Latch) == alignment &&
-         offsetof(Latch, pending) == 0 && offsetof(Latch, isPending) == size &&
-         offsetof(Latch, current) == size + alignment;
+         __builtin_offsetof(Latch, pending) == 0 && __builtin_offsetof(Latch, isPending) == size &&
+         __builtin_offsetof(Latch, current) == size + alignment;
 }
 
 static_assert(LatchHasLayout<std::uint64_t>(8, 8, 24));
@@ -89,14 +90,14 @@ static_assert(LatchHasLayout<FourByteValue>(4, 2, 10));
 static_assert(LatchHasLayout<TwelveByteValue>(12, 4, 28));
 static_assert(LatchHasLayout<EightByteValue>(8, 4, 20));
 
-static_assert(offsetof(SMessageTotem, frameNumber) == 0);
-static_assert(offsetof(SMessageTotem, byteOne) == 24);
-static_assert(offsetof(SMessageTotem, fourByteValue) == 28);
-static_assert(offsetof(SMessageTotem, fourByteValuePrevious) == 38);
-static_assert(offsetof(SMessageTotem, byteTwo) == 48);
-static_assert(offsetof(SMessageTotem, twelveByteValue) == 52);
-static_assert(offsetof(SMessageTotem, byteThree) == 80);
-static_assert(offsetof(SMessageTotem, eightByteValue) == 84);
+static_assert(__builtin_offsetof(SMessageTotem, frameNumber) == 0);
+static_assert(__builtin_offsetof(SMessageTotem, byteOne) == 24);
+static_assert(__builtin_offsetof(SMessageTotem, fourByteValue) == 28);
+static_assert(__builtin_offsetof(SMessageTotem, fourByteValuePrevious) == 38);
+static_assert(__builtin_offsetof(SMessageTotem, byteTwo) == 48);
+static_assert(__builtin_offsetof(SMessageTotem, twelveByteValue) == 52);
+static_assert(__builtin_offsetof(SMessageTotem, byteThree) == 80);
+static_assert(__builtin_offsetof(SMessageTotem, eightByteValue) == 84);
 static_assert(sizeof(SMessageTotem) == 104 && alignof(SMessageTotem) == 8);
 
 }  // namespace Detail

@@ -185,14 +185,19 @@ inline std::uint64_t AccumulatorHandle::FindOrMakeRecord(const std::string& name
   return static_cast<std::uint64_t>(found - records->begin());
 }
 
-// Hosts that were built apart share this memory, so its layout never changes.
-static_assert(offsetof(MeasureRecord, idle) == 0 && offsetof(MeasureRecord, name) == 8);
-static_assert(offsetof(MeasureRecord, started) == 8 + sizeof(std::string));
-static_assert(offsetof(MeasureRecord, totalTime) == offsetof(MeasureRecord, started) + 8);
-static_assert(offsetof(MeasureRecord, measureCost) == offsetof(MeasureRecord, started) + 16);
-static_assert(offsetof(MeasureRecord, calls) == offsetof(MeasureRecord, started) + 24);
-static_assert(offsetof(AccumulatorHandle, position) == 0 &&
-              offsetof(AccumulatorHandle, records) == 8);
+// Hosts that were built apart share this memory, so its layout never changes. The operation is the
+// compilers' own: the macro of Microsoft's library is no constant expression.
+static_assert(__builtin_offsetof(MeasureRecord, idle) == 0 &&
+              __builtin_offsetof(MeasureRecord, name) == 8);
+static_assert(__builtin_offsetof(MeasureRecord, started) == 8 + sizeof(std::string));
+static_assert(__builtin_offsetof(MeasureRecord, totalTime) ==
+              __builtin_offsetof(MeasureRecord, started) + 8);
+static_assert(__builtin_offsetof(MeasureRecord, measureCost) ==
+              __builtin_offsetof(MeasureRecord, started) + 16);
+static_assert(__builtin_offsetof(MeasureRecord, calls) ==
+              __builtin_offsetof(MeasureRecord, started) + 24);
+static_assert(__builtin_offsetof(AccumulatorHandle, position) == 0 &&
+              __builtin_offsetof(AccumulatorHandle, records) == 8);
 static_assert(sizeof(MeasureRecord) == 40 + sizeof(std::string) && sizeof(AccumulatorHandle) == 16);
 
 }  // namespace Common

@@ -9,14 +9,21 @@
 #else
 #include <dlfcn.h>
 #endif
+#ifdef __APPLE__
+#include <mach-o/dyld.h>
+
+#include <cstdint>
+#endif
 
 namespace Harbor {
+
+#if defined(_WIN32) || defined(__APPLE__)
+constexpr std::size_t LongestPath = 32'768;
+#endif
 
 #ifdef _WIN32
 
 namespace {
-
-constexpr std::size_t LongestPath = 32'768;
 
 HMODULE Load(const std::filesystem::path& file) {
   SetErrorMode(SEM_FAILCRITICALERRORS);  // no dialog: this program has no one to answer it
@@ -78,7 +85,14 @@ bool Module::IsLoaded(const std::filesystem::path& file) {
 }
 
 std::filesystem::path ProgramFolder() {
+#ifdef __APPLE__
+  std::string file(LongestPath, '\0');
+  auto size = static_cast<std::uint32_t>(file.size());
+  if (_NSGetExecutablePath(file.data(), &size) != 0) throw std::runtime_error("no program's path");
+  return std::filesystem::canonical(file.c_str()).parent_path();
+#else
   return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+#endif
 }
 
 #endif

@@ -7,6 +7,10 @@
 
 #include "path_text.h"
 
+#ifdef _WIN32
+#include <share.h>
+#endif
+
 namespace Vorn {
 namespace {
 
@@ -21,7 +25,7 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 
 File OpenToRead(const std::filesystem::path& path) {
 #ifdef _WIN32
-  return File(_wfopen(path.c_str(), L"rb"));
+  return File(_wfsopen(path.c_str(), L"rb", _SH_DENYNO));
 #else
   return File(std::fopen(path.c_str(), "rb"));
 #endif

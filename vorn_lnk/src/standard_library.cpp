@@ -1,3 +1,6 @@
 #include <vorn_lnk/standard_library>
 
-void Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(const ModeSample* /*unused*/) {}
+bool Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(
+    const ModeSample* /*unused*/) noexcept {
+  return true;
+}
