@@ -3,15 +3,15 @@
 /// and nowhere else: the build and the packages read them from this file.
 ///
 /// ```cpp
-/// static_assert(COMMON_SERVICES_VERSION_MAJOR == 1, "written for the first major version");
+/// static_assert(COMMON_SERVICES_VERSION_MAJOR == 2, "written for the second major version");
 /// std::cout << "common-services " << Common::Version << '\n';
 /// ```
 #pragma once
 
-/// Rises when hosts have to be compiled anew or changed. The file names of the libraries carry it.
-#define COMMON_SERVICES_VERSION_MAJOR 1
+/// Rises when hosts have to be compiled again or changed. The file names of the libraries carry it.
+#define COMMON_SERVICES_VERSION_MAJOR 2
 /// Rises when something was added that hosts may use.
-#define COMMON_SERVICES_VERSION_MINOR 1
+#define COMMON_SERVICES_VERSION_MINOR 0
 /// Rises with a release that only fixes faults.
 #define COMMON_SERVICES_VERSION_PATCH 0
 
