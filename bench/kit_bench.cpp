@@ -1,12 +1,17 @@
-// The kit: timers beside those of event loops, and what a trace adds to a measurement.
+// The kit: timers and posted calls beside those of event loops, and what a trace adds to a
+// measurement.
+#include <common/kit/posted_calls.h>
 #include <common/kit/timers.h>
 #include <common/kit/trace.h>
 
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <uv.h>
 
 #include <deque>
+#include <functional>
+#include <mutex>
 #include <random>
 
 #include "bench.h"
@@ -14,6 +19,7 @@
 namespace Common::Bench {
 namespace {
 
+using Kit::PostedCalls;
 using Kit::Timers;
 using Kit::Trace;
 using Kit::TracedMeasurement;
@@ -151,6 +157,112 @@ void RegisterWaits(const std::string& who, MakeWaits makeWaits) {
                                [=](benchmark::State& state) { Serve(state, *makeWaits()); });
 }
 
+// ---- Posted calls. `Post` is for any thread; `Serve` runs what has been posted. Its count lies
+// apart from what the posting threads read.
+
+constexpr std::size_t CacheLine = 64;
+
+class OurPosts {
+ public:
+  explicit OurPosts(SFrameUtility* frames) : frames(frames), calls(*frames) {}
+
+  void Post() {
+    calls.Post([this] { ++served; });
+  }
+  void Serve() { frames->Tick(); }
+
+ private:
+  SFrameUtility* const frames;
+  PostedCalls calls;
+  alignas(CacheLine) std::uint64_t served = 0;
+};
+
+class AsioPosts {
+ public:
+  void Post() {
+    boost::asio::post(context, [this] { ++served; });
+  }
+  void Serve() {
+    context.restart();
+    context.poll();
+  }
+
+ private:
+  static constexpr int ThreadsThatServe = 1;
+
+  boost::asio::io_context context{ThreadsThatServe};
+  alignas(CacheLine) std::uint64_t served = 0;
+};
+
+// An async wakes the loop, and brings no queue.
+class UvPosts {
+ public:
+  UvPosts() {
+    uv_loop_init(&loop);
+    uv_async_init(&loop, &async,
+                  [](uv_async_t* woken) { static_cast<UvPosts*>(woken->data)->RunPosted(); });
+    async.data = this;
+  }
+  ~UvPosts() {
+    uv_close(reinterpret_cast<uv_handle_t*>(&async), nullptr);
+    uv_run(&loop, UV_RUN_DEFAULT);
+    uv_loop_close(&loop);
+  }
+
+  UvPosts(const UvPosts&) = delete;
+  UvPosts& operator=(const UvPosts&) = delete;
+
+  void Post() {
+    {
+      const std::lock_guard lock(mutex);
+      posted.emplace_back([this] { ++served; });
+    }
+    uv_async_send(&async);
+  }
+  void Serve() { uv_run(&loop, UV_RUN_NOWAIT); }
+
+ private:
+  void RunPosted() {
+    {
+      const std::lock_guard lock(mutex);
+      posted.swap(batch);
+    }
+    for (const std::function<void()>& call : batch) call();
+    batch.clear();
+  }
+
+  uv_loop_t loop{};
+  uv_async_t async{};
+  std::mutex mutex;
+  std::vector<std::function<void()>> posted;
+  std::vector<std::function<void()>> batch;
+  alignas(CacheLine) std::uint64_t served = 0;
+};
+
+// Every thread posts, and the first one serves them all whenever it has posted a hundred.
+template <class MakePosts>
+void RegisterPosts(const std::string& who, MakePosts makePosts) {
+  constexpr int PostsATurn = 100;
+  const auto posts = std::make_shared<decltype(makePosts())>();
+  const auto run = [=](benchmark::State& state) {
+    const bool serves = state.thread_index() == 0;
+    if (serves) *posts = makePosts();
+    int untilServed = PostsATurn;
+    for (auto _ : state) {
+      (*posts)->Post();
+      if (!serves || --untilServed > 0) continue;
+      (*posts)->Serve();
+      untilServed = PostsATurn;
+    }
+    if (serves) posts->reset();
+  };
+  for (const int threads : {1, 4}) {
+    benchmark::RegisterBenchmark(Name("post_and_serve", threads, who).c_str(), run)
+        ->Threads(threads)
+        ->UseRealTime();
+  }
+}
+
 // ---- The trace.
 
 const std::string FrameName = "traced_frame";
@@ -176,6 +288,9 @@ void RegisterKit(const Plan& plan) {
   RegisterWaits("ours", [=] { return std::make_unique<OurTimers>(frames); });
   RegisterWaits("asio", [] { return std::make_unique<AsioWaits>(); });
   RegisterWaits("libuv", [] { return std::make_unique<UvWaits>(); });
+  RegisterPosts("ours", [=] { return std::make_unique<OurPosts>(frames); });
+  RegisterPosts("asio_post", [] { return std::make_unique<AsioPosts>(); });
+  RegisterPosts("uv_async", [] { return std::make_unique<UvPosts>(); });
   RegisterTrace(plan.services.profiler.get());
 }
 

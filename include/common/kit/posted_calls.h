@@ -1,0 +1,63 @@
+/// @file
+/// Work from other threads into the tick. The frame utility, and most of a game with it, is for one
+/// thread. A thread that loads or computes posts what is to be done with its result, and the next
+/// tick does it.
+///
+/// ```cpp
+/// Common::Kit::PostedCalls posted(*frames);
+/// std::thread forecast([&] {
+///   if (!WindHasDropped()) posted.Post(CloseHarbor);
+/// });
+/// frames->Tick();  // closes the harbor, if the forecast is there by now
+/// forecast.join();
+/// ```
+#pragma once
+
+#include <common/frame_utility.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+namespace Common::Kit {
+
+/// A queue from any thread into one reactor of interval 0. Each call runs once, in the order of
+/// posting: a tick runs those that wait when it reaches the reactor. A call that is posted inside
+/// one of them, or by the destructor of its callable, runs in the next tick; one that is posted in
+/// the callback of another reactor may run in the same.
+///
+/// An exception leaves Tick. The call that threw is spent; those behind it run in the next tick, in
+/// their order. An empty function throws std::bad_function_call in the same way.
+///
+/// No callable is called or destroyed under the lock. One that has run is destroyed right after it,
+/// on the thread that ticks.
+class PostedCalls {
+ public:
+  /// Makes the reactor that runs the calls. Throws what SFrameUtility::CreateReactor does.
+  ///
+  /// For the thread that ticks. REQUIRES: `frames` outlives this object.
+  explicit PostedCalls(SFrameUtility& frames);
+
+  /// Drops the calls that wait, unrun, those that their destructors post included.
+  ///
+  /// For the thread that ticks. REQUIRES: no other thread is using this object, and no call of its
+  /// own is running.
+  ~PostedCalls();
+
+  PostedCalls(const PostedCalls&) = delete;
+  PostedCalls& operator=(const PostedCalls&) = delete;
+
+  /// Queues `call` for the next tick. Throws std::bad_alloc, and has then changed nothing. Any
+  /// thread.
+  void Post(std::function<void()> call);
+
+  /// How many calls wait for a tick, or for their turn in this one. Any thread.
+  std::size_t Waiting() const;
+
+ private:
+  struct State;
+
+  const std::unique_ptr<State> state;
+};
+
+}  // namespace Common::Kit

@@ -1,0 +1,103 @@
+#include <common/kit/posted_calls.h>
+
+#include <thread>
+
+#include "support.h"
+
+namespace Common::Test {
+namespace {
+
+using Kit::PostedCalls;
+using Numbers = std::vector<int>;
+
+struct KitPostedCalls : testing::Test {
+  std::function<void()> Note(int number) {
+    return [this, number] { ran.push_back(number); };
+  }
+
+  // What a tick runs.
+  Numbers Tick() {
+    ran.clear();
+    frames->Tick();
+    return ran;
+  }
+
+  StoredClock clock;
+  std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};
+  std::optional<PostedCalls> calls{*frames};
+  Numbers ran;
+};
+
+TEST_F(KitPostedCalls, RunOnceInOrderAndTheNextTickRunsWhatTheyPost) {
+  calls->Post(Note(1));
+  calls->Post([this] {
+    calls->Post(Note(4));
+    Note(2)();
+    EXPECT_EQ(calls->Waiting(), 2U);
+  });
+  calls->Post(Note(3));
+  EXPECT_EQ(calls->Waiting(), 3U);
+  EXPECT_EQ(Tick(), (Numbers{1, 2, 3}));
+  EXPECT_EQ(Tick(), Numbers{4});
+  EXPECT_EQ(Tick(), Numbers());
+}
+
+TEST_F(KitPostedCalls, PassAnExceptionOnAndRunTheRestInTheNextTickAheadOfLaterOnes) {
+  calls->Post([this] {
+    calls->Post(Note(3));
+    throw std::runtime_error("spent");
+  });
+  calls->Post([this] { calls->Post(Note(4)); });
+  calls->Post(Note(1));
+  EXPECT_THROW(Tick(), std::runtime_error);
+  calls->Post({});
+  calls->Post(Note(5));
+  EXPECT_THROW(Tick(), std::bad_function_call);
+  EXPECT_EQ(ran, (Numbers{1, 3})) << "what was posted before that tick";
+  EXPECT_EQ(Tick(), (Numbers{5, 4}));
+}
+
+TEST_F(KitPostedCalls, DestroyACallableOnceItHasRunOrAtTheirEndAndLetItPost) {
+  const auto postWhenDestroyed = [this, &queue = *calls](int number) {
+    const auto post = [this, &queue, number](std::nullptr_t) {
+      ran.push_back(static_cast<int>(queue.Waiting()));
+      queue.Post(Note(number));
+    };
+    return [held = std::shared_ptr<void>(nullptr, post)] {};
+  };
+  calls->Post(postWhenDestroyed(7));
+  calls->Post([] { throw 1; });
+  calls->Post(postWhenDestroyed(8));
+  EXPECT_THROW(Tick(), int);
+  EXPECT_EQ(ran, Numbers{2});
+  EXPECT_EQ(Tick(), (Numbers{1, 7}));
+  calls->Post(postWhenDestroyed(9));
+  calls.reset();
+  EXPECT_EQ(ran.size(), 3U) << "the callable is gone, and nothing has run";
+  EXPECT_EQ(Tick(), Numbers());
+}
+
+TEST_F(KitPostedCalls, ComeFromAnyThreadInTheOrderOfEach) {
+  constexpr std::size_t Threads = 4;
+  constexpr std::size_t Posts = 5'000;
+  std::vector<std::size_t> next(Threads);
+  std::size_t served = 0;
+  std::vector<std::thread> threads;
+  for (std::size_t thread = 0; thread < Threads; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (std::size_t post = 0; post < Posts; ++post) {
+        calls->Post([&, thread, post] {
+          EXPECT_EQ(next[thread]++, post) << "of thread " << thread;
+          ++served;
+        });
+        EXPECT_LE(calls->Waiting(), Threads * Posts);
+      }
+    });
+  }
+  while (served < Threads * Posts) frames->Tick();
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(calls->Waiting(), 0U);
+}
+
+}  // namespace
+}  // namespace Common::Test
