@@ -22,14 +22,16 @@
 
 namespace {
 int allocationsUntilFailure = 0;  // 0 where none is to fail
-}
+
+bool NextAllocationFails() { return allocationsUntilFailure > 0 && --allocationsUntilFailure == 0; }
+}  // namespace
 
 // The sanitizer's own, behind the name that this program takes.
 extern "C" void* __interceptor_malloc(std::size_t size);
 
 // Shown to the libraries, or they would go on with another.
 extern "C" [[gnu::visibility("default")]] void* malloc(std::size_t size) noexcept {
-  if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) {
+  if (NextAllocationFails()) {
     errno = ENOMEM;
     return nullptr;
   }
@@ -44,6 +46,19 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) { return operator new(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  if (NextAllocationFails()) throw std::bad_alloc();
+  void* memory = nullptr;
+  if (posix_memalign(&memory, static_cast<std::size_t>(alignment), size) == 0) return memory;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+  return operator new(size, alignment);
+}
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
@@ -62,6 +77,8 @@ const std::string ReportFile = "report.csv";
 const std::locale& Classic = std::locale::classic();
 constexpr int HeaderLines = 3;
 constexpr int OperationsPerInput = 8;
+constexpr int ReactorsPerOperation = 150;  // more than come from one piece of memory
+constexpr std::size_t MostReactors = 5'000;
 
 std::string ReadFile(const std::string& name) {
   return Vorn::ReadWholeFileToString(Vorn::SharedPath::NewWrapped(name));
@@ -88,6 +105,7 @@ struct Host {
   Host() {
     std::cout.setstate(std::ios::badbit);  // the copies of the lines are for nobody
     log->SetLiveOutput(true);
+    reactors.reserve(MostReactors);
   }
   ~Host() {
     logOwner = nullptr;
@@ -108,6 +126,11 @@ struct Host {
     linesTaken.push_back(number);
   }
 
+  void CreateReactors() {
+    for (int left = ReactorsPerOperation; left > 0 && reactors.size() < MostReactors; --left)
+      reactors.push_back(frame->CreateReactor(0));
+  }
+
   const Folder folder;
   Log::SMessageLog* const log = Log::ManufactureMessageLog();
   LogOwner logOwner = LogOwner::element_type::Create(log);
@@ -118,6 +141,7 @@ struct Host {
   const std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
   const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
   const std::unique_ptr<SFrameUtility> frame{ManufactureFrameUtility()};
+  std::vector<Vorn::IntrudablePtr<IFrameReactor>> reactors;
 };
 
 Host& TheHost() {
@@ -145,8 +169,7 @@ void Operate(Host& host, int operation) {
     case 6:
       return host.profiler->WriteReportAndClear(ReportFile);
     case 7:
-      host.frame->CreateReactor(0)->SetCallback([](std::uint64_t) {});
-      return;
+      return host.CreateReactors();
     case 8:
       host.frame->ScheduleCall([](std::uint64_t) {}, 0, 0);
       return;

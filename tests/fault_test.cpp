@@ -103,6 +103,24 @@ TEST_F(Faults, AHostsFacetThatWritesNoTimesCostsALineItsStampAlone) {
   EXPECT_TRUE(ReadBytes(LogName).ends_with(OnDisk("\n line\n")));
 }
 
+TEST_F(Faults, AHostsFacetStampsEachLineAfreshAlsoInALocaleNamedClassic) {
+  struct Letters : std::time_put<char> {
+    iter_type do_put(iter_type out, std::ios_base&, char, const std::tm*, char format,
+                     char) const override {
+      if (format == 'T' || format == 'S') *out++ = next++;
+      return out;
+    }
+    mutable char next = 'a';
+  };
+  log->LogMessage("line");  // within a second the next one might find this one's stamp
+  const std::locale letters(std::locale::classic(), new Letters);
+  std::locale::global(std::locale::classic().combine<std::time_put<char>>(letters));
+  log->LogMessage("line");
+  log->LogMessage("line");
+  EXPECT_TRUE(log->Flush());
+  EXPECT_TRUE(std::regex_search(ReadBytes(LogName), std::regex("a: line\\s+.*b: line\\s+$")));
+}
+
 #ifndef _WIN32
 
 #ifdef __linux__

@@ -1,6 +1,10 @@
 #include <common/frame_utility.h>
 #include <common/message_totem.h>
 
+#include <cstdlib>
+#include <exception>
+#include <thread>
+
 #include "support.h"
 
 namespace Common::Test {
@@ -130,6 +134,48 @@ TEST_F(Frame, CallsThatWaitAtTheEndAreDroppedUnrun) {
   EXPECT_EQ(alive.use_count(), 2) << "here and in `holding`";
   EXPECT_EQ(FailureOf(Access<SMessageTotem>::Get), NoInstance);
 }
+
+TEST_F(Frame, CountsTheCallsThatWait) {
+  EXPECT_EQ(utility->WaitingCalls(), 0U);
+  ScheduleAt(1, [this](std::uint64_t) { calls.push_back(utility->WaitingCalls()); });
+  ScheduleAt(2, Note());
+  ScheduleAt(3, [this](std::uint64_t) {
+    utility->CancelCall(3);
+    calls.push_back(utility->WaitingCalls());
+    throw std::runtime_error("a cancelled call");
+  });
+  ScheduleAt(4, {});
+  EXPECT_EQ(utility->WaitingCalls(), 4U);
+  utility->CancelCall(2);
+  utility->CancelCall(2);
+  EXPECT_EQ(utility->WaitingCalls(), 3U);
+  clock->now = 9;
+  EXPECT_THROW(utility->Tick(), std::runtime_error);
+  EXPECT_THROW(utility->Tick(), std::bad_function_call);
+  EXPECT_EQ(calls, (Calls{2, 1}));
+  EXPECT_EQ(utility->WaitingCalls(), 1U) << "what has thrown waits again";
+}
+
+#ifndef _WIN32
+// On a thread, which nothing catches on: a test's own handler would be found.
+static void TickUncaught(SFrameUtility* utility) {
+  std::thread([utility] { utility->Tick(); }).join();
+}
+
+TEST_F(Frame, WhatNobodyCatchesEndsTheProcessWithTheCallbackOnTheStack) {
+  static bool isUnwound = false;
+  const FrameCallback throwing = [](std::uint64_t) {
+    const std::shared_ptr<void> onStack(nullptr, [](void*) { isUnwound = true; });
+    throw std::runtime_error("uncaught");
+  };
+  std::set_terminate([] { std::_Exit(isUnwound ? 1 : 0); });
+  Reactor reactor = MakeReactor(0, throwing);
+  EXPECT_EXIT(TickUncaught(utility), testing::ExitedWithCode(0), "");
+  reactor = nullptr;
+  ScheduleAt(0, throwing);
+  EXPECT_EXIT(TickUncaught(utility), testing::ExitedWithCode(0), "");
+}
+#endif
 
 #if !defined(NDEBUG) && !defined(_WIN32)
 TEST_F(Frame, MisuseStopsADebugBuild) {

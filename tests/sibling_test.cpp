@@ -44,6 +44,17 @@ TEST(IntrudablePtr, EachReleaseTellsWhatIsLeftAndTheLastEndsTheObject) {
   EXPECT_EQ(Crate::ended, 1);
 }
 
+TEST(IntrudablePtr, CountsAnObjectWhoseClassHasTheNamesOfTheCount) {
+  struct Ledger : Crate {
+    void AddReference() {}
+    void ReleaseReference(int) {}
+    bool IsLastToLeave(int, int) { return false; }
+    int state = 0, Count = 0;
+  };
+  { const Ptr<Ledger> ledger(new Ledger); }
+  EXPECT_EQ(Crate::ended, 1);
+}
+
 TEST(IntrudablePtr, MovesAndSwapsReleaseNothing) {
   Ptr<Crate> crate(new Crate);
   Ptr<Vorn::IScoped> moved = std::move(crate), other;

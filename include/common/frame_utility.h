@@ -14,6 +14,7 @@
 #include <common/common_services_export.h>
 #include <vorn_lnk/intrudable>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 
@@ -118,6 +119,13 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// One thread at a time. REQUIRES: no tick is under way, so it is not called inside a callback,
   /// nor by the destructor of a callable that a tick, or the utility at its own end, destroys.
   virtual void Tick() = 0;
+
+  /// Returns how many delayed calls wait to be run. A cancelled call does not count, nor does the
+  /// one that is running; if that one throws, it waits again. Takes the same short time however
+  /// many calls wait. A class that does not override this returns 0.
+  ///
+  /// For the thread that ticks, also inside callbacks.
+  virtual std::size_t WaitingCalls() { return 0; }
 };
 
 /// Makes the process's one frame utility, which the caller owns, and enters `SMessageTotem` into

@@ -62,6 +62,7 @@ class ConfigFileImpl final : public Config::SConfigFile {
   bool Remove(const std::string& key) override { return entries.erase(key) > 0; }
 
  private:
+  const std::shared_ptr<const void> grammar = ShareGrammar();  // for what is read at the very end
   ConfigEntries entries;
   std::string filePath;
 };

@@ -17,34 +17,40 @@ using Rule = Spirit::rule<Spirit::scanner<const char*>>;
 
 constexpr std::string_view KeyValueSeparator = " = ";
 
-// What the line rule matched last. Shared by all texts of the process.
-std::string CapturedKey;
-std::string CapturedValue;
+auto CaptureInto(std::string& capture) {
+  return phoenix::var(capture) = phoenix::construct_<std::string>(phoenix::arg1, phoenix::arg2);
+}
+
+// Two rules, and what the line rule matched last: shared by all texts of the process. What counts
+// as a letter, a digit or white space is up to the character locale that setlocale set.
+struct Grammar {
+  std::string capturedKey;
+  std::string capturedValue;
+
+  const Rule keyRule =
+      *(Spirit::alnum_p | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\'));
+  const Rule lineRule = keyRule[CaptureInto(capturedKey)] >> *Spirit::space_p >>
+                        Spirit::ch_p('=') >> *Spirit::space_p >>
+                        (*Spirit::anychar_p)[CaptureInto(capturedValue)] >> *Spirit::space_p;
+};
+
+const auto OwnGrammar = std::make_shared<Grammar>();
+
+// Good for as long as anyone holds a share, so also when this module's own has ended.
+Grammar& TheGrammar = *OwnGrammar;
 
 // Ends with each text, so that the captures keep no memory of a line that was huge. An assignment
 // would keep it.
 struct CaptureMemory {
   CaptureMemory() = default;
   ~CaptureMemory() {
-    std::string().swap(CapturedKey);
-    std::string().swap(CapturedValue);
+    std::string().swap(TheGrammar.capturedKey);
+    std::string().swap(TheGrammar.capturedValue);
   }
 
   CaptureMemory(const CaptureMemory&) = delete;
   CaptureMemory& operator=(const CaptureMemory&) = delete;
 };
-
-auto CaptureInto(std::string& capture) {
-  return phoenix::var(capture) = phoenix::construct_<std::string>(phoenix::arg1, phoenix::arg2);
-}
-
-// What counts as a letter, a digit or white space is up to the character locale that setlocale set.
-const Rule KeyRule =
-    *(Spirit::alnum_p | Spirit::ch_p('_') | Spirit::ch_p('/') | Spirit::ch_p('\\'));
-
-const Rule LineRule = KeyRule[CaptureInto(CapturedKey)] >> *Spirit::space_p >> Spirit::ch_p('=') >>
-                      *Spirit::space_p >> (*Spirit::anychar_p)[CaptureInto(CapturedValue)] >>
-                      *Spirit::space_p;
 
 std::string_view WithoutTrailingReturns(std::string_view line) {
   return line.substr(0, line.find_last_not_of('\r') + 1);
@@ -53,7 +59,7 @@ std::string_view WithoutTrailingReturns(std::string_view line) {
 // A NUL byte ends what the rule sees of a line.
 bool MatchLine(std::string_view line) {
   const std::string_view visible = line.substr(0, line.find('\0'));
-  return Spirit::parse(visible.data(), visible.data() + visible.size(), LineRule).full;
+  return Spirit::parse(visible.data(), visible.data() + visible.size(), TheGrammar.lineRule).full;
 }
 
 std::string DescribeBadLine(const std::string& name, std::uint64_t lineNumber,
@@ -70,6 +76,8 @@ std::string DescribeBadLine(const std::string& name, std::uint64_t lineNumber,
 
 }  // namespace
 
+std::shared_ptr<const void> ShareGrammar() { return OwnGrammar; }
+
 ConfigEntries ParseEntries(const std::string& content, const std::string& name,
                            const ErrorReport& report) {
   const CaptureMemory captureMemory;
@@ -83,7 +91,8 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name,
     if (line.empty()) continue;
     if (MatchLine(line)) {
       // In a sorted file each entry belongs at the end.
-      entries.insert_or_assign(entries.end(), std::move(CapturedKey), std::move(CapturedValue));
+      entries.insert_or_assign(entries.end(), std::move(TheGrammar.capturedKey),
+                               std::move(TheGrammar.capturedValue));
     } else {
       report(DescribeBadLine(name, lineNumber, line));
     }

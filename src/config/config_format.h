@@ -3,14 +3,19 @@
 #include <common/config_file.h>
 
 #include <functional>
+#include <memory>
 
 namespace Common {
 
 // Takes one finished message about an error.
 using ErrorReport = std::function<void(const std::string& message)>;
 
+// A share of the grammar, one of the module's constants. Who reads after these have ended, as a
+// store does that a host keeps at file scope, holds a share from before.
+std::shared_ptr<const void> ShareGrammar();
+
 // Reads text into entries, as SConfigFile::ParseContent. Each bad line goes to `report`; what that
-// throws ends the reading and passes to the caller.
+// throws ends the reading and passes to the caller. REQUIRES: the grammar lives.
 Config::ConfigEntries ParseEntries(const std::string& content, const std::string& name,
                                    const ErrorReport& report);
 

@@ -26,21 +26,19 @@ FrameReactorImpl::~FrameReactorImpl() {
   owner->Reactors().Remove(this);
 }
 
-void* FrameReactorImpl::operator new(std::size_t size, ReactorMemory& memory) {
+void* FrameReactorImpl::operator new(std::size_t size, BlockPool& memory) {
   return memory.Allocate(size);
 }
 
-void FrameReactorImpl::operator delete(void* block, ReactorMemory& memory) {
-  memory.Free(block, sizeof(FrameReactorImpl));
-}
+void FrameReactorImpl::operator delete(void* block, BlockPool& memory) { memory.Free(block); }
 
 void FrameReactorImpl::operator delete(FrameReactorImpl* reactor,
                                        std::destroying_delete_t /*tag*/) {
   // Destroyed last, since its destructor may end the utility and thereby the memory.
   const FrameCallback dropped = std::move(reactor->callback);
-  ReactorMemory& memory = reactor->owner->Memory();
+  BlockPool& memory = reactor->owner->Memory();
   reactor->~FrameReactorImpl();
-  memory.Free(reactor, sizeof(FrameReactorImpl));
+  memory.Free(reactor);
 }
 
 void FrameReactorImpl::SetCallback(FrameCallback newCallback) {

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <new>
 
+#include "block_pool.h"
 #include "reactor_list.h"
-#include "reactor_memory.h"
 
 namespace Common {
 
@@ -15,12 +15,12 @@ class FrameUtilityImpl;
 
 // Stands in the list of its utility from its constructor to its destructor, and lives in the memory
 // of that utility.
-class FrameReactorImpl final : public IFrameReactor, public ReactorList::Place {
+class FrameReactorImpl final : public IFrameReactor, public ReactorList::Hook {
  public:
   ~FrameReactorImpl() override;
 
-  static void* operator new(std::size_t size, ReactorMemory& memory);
-  static void operator delete(void* block, ReactorMemory& memory);  // where the constructor throws
+  static void* operator new(std::size_t size, BlockPool& memory);
+  static void operator delete(void* block, BlockPool& memory);  // where the constructor throws
   static void operator delete(FrameReactorImpl* reactor, std::destroying_delete_t tag);
 
   void SetCallback(FrameCallback newCallback) override;

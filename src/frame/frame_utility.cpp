@@ -8,6 +8,7 @@
 
 #include "frame_reactor.h"
 #include "frame_utility_impl.h"
+#include "scope_exit.h"
 
 namespace Common {
 namespace {
@@ -16,21 +17,12 @@ using TotemAccess = Vorn::Singleton<SMessageTotem, std::shared_ptr>;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// A cancelled call takes over all of this but the stamp.
-const DelayedCall EmptyCall{0, 0, 0, [](std::uint64_t) {}};
+// A cancelled call takes over all of this but the stamp. A utility has a share of it, since a host
+// may end its utility after the constants of this library.
+const auto EmptyCall = std::make_shared<const DelayedCall>(
+    0, 0, 0, [](std::uint64_t) {}, true);
 
 std::uint64_t instanceCount = 0;
-
-// Sets a mark for as long as it lives, also where a callback throws.
-struct ScopedMark {
-  explicit ScopedMark(bool* mark) : mark(mark) { *mark = true; }
-  ~ScopedMark() { *mark = false; }
-
-  ScopedMark(const ScopedMark&) = delete;
-  ScopedMark& operator=(const ScopedMark&) = delete;
-
-  bool* const mark;
-};
 
 std::shared_ptr<TotemAccess> RegisterTotem() {
   auto record = std::make_unique<SMessageTotem>();
@@ -54,11 +46,11 @@ void ApplyFrameEdge(SMessageTotem& record) {
 
 }  // namespace
 
-FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()) {}
+FrameUtilityImpl::FrameUtilityImpl() : totem(RegisterTotem()), emptyCall(EmptyCall) {}
 
 FrameUtilityImpl::~FrameUtilityImpl() {
   assert(!isTicking && "a frame utility is not ended by a tick of its own");
-  const ScopedMark ending(&isTicking);  // a callable's destructor must not tick
+  isTicking = true;  // a callable's destructor must not tick
   while (!delayedCalls.empty()) PopFront();
 }
 
@@ -78,49 +70,52 @@ std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64
 
 void FrameUtilityImpl::CancelCall(std::uint64_t id) {
   const auto hasId = [id](const DelayedCall& call) { return call.stamp == id; };
-  auto [number, end] = NumbersToSearch(id);
-  while (number < end) {
-    const auto match = std::find_if(CallOf(number), CallOf(end), hasId);
-    number = NumberOf(match);
-    if (number == end) return;
-    Cancel(number);
+  auto [sequence, end] = FindCandidates(id);
+  while (sequence < end) {
+    const auto match = std::find_if(CallAt(sequence), CallAt(end), hasId);
+    sequence = SequenceOf(match);
+    if (sequence == end) return;
+    Cancel(sequence);
     // The destructor of the callable may have let a tick serve calls.
-    number = std::max(number + 1, callsServed);
+    sequence = std::max(sequence + 1, callsServed);
   }
 }
 
 // The calls with this id, if the stamps are in order; otherwise all calls.
-FrameUtilityImpl::Numbers FrameUtilityImpl::NumbersToSearch(std::uint64_t id) {
+FrameUtilityImpl::SequenceRange FrameUtilityImpl::FindCandidates(std::uint64_t id) {
   if (!stampsAscend) return {callsServed, callsServed + delayedCalls.size()};
   const auto first = std::lower_bound(
       delayedCalls.begin(), delayedCalls.end(), id,
       [](const DelayedCall& call, std::uint64_t sought) { return call.stamp < sought; });
   const auto end = std::find_if(first, delayedCalls.end(),
                                 [id](const DelayedCall& call) { return call.stamp != id; });
-  return {NumberOf(first), NumberOf(end)};
+  return {SequenceOf(first), SequenceOf(end)};
 }
 
-FrameUtilityImpl::Calls::iterator FrameUtilityImpl::CallOf(std::uint64_t number) {
-  return delayedCalls.begin() + static_cast<std::ptrdiff_t>(number - callsServed);
+FrameUtilityImpl::Calls::iterator FrameUtilityImpl::CallAt(std::uint64_t sequence) {
+  return delayedCalls.begin() + static_cast<std::ptrdiff_t>(sequence - callsServed);
 }
 
-std::uint64_t FrameUtilityImpl::NumberOf(const Calls::const_iterator& call) const {
+std::uint64_t FrameUtilityImpl::SequenceOf(const Calls::const_iterator& call) const {
   return callsServed + static_cast<std::uint64_t>(call - delayedCalls.begin());
 }
 
-void FrameUtilityImpl::Cancel(std::uint64_t number) {
-  if (frontIsRunning && number == callsServed) {
-    frontIsCancelled = true;
+void FrameUtilityImpl::Cancel(std::uint64_t sequence) {
+  DelayedCall& call = *CallAt(sequence);
+  if (call.isCancelled) return;
+  ++cancelledCalls;
+  if (frontIsRunning && sequence == callsServed) {
+    call.isCancelled = true;
     return;
   }
-  DelayedCall& call = *CallOf(number);
-  const DelayedCall cancelled = std::exchange(call, EmptyCall);
+  const DelayedCall cancelled = std::exchange(call, *emptyCall);
   call.stamp = cancelled.stamp;  // the queue stays in order
 }
 
 void FrameUtilityImpl::Tick() {
   assert(!isTicking && "Tick is not called while a tick is under way or the utility ends");
-  const ScopedMark ticking(&isTicking);
+  isTicking = true;
+  const ScopeExit atEnd([this] { isTicking = false; });
   ApplyFrameEdge(*TotemAccess::Get());
   reactors.React(TotemAccess::Get()->frameNumber.Read());
   RunDelayedCalls();
@@ -138,26 +133,30 @@ void FrameUtilityImpl::RunDelayedCalls() {
   }
 }
 
-// A callable stays where it is until it has returned: moved away it might change its address.
+// A callable stays where it is until it has returned: moved away it might change its address. A
+// call that throws waits for the next tick, unless it was cancelled.
 void FrameUtilityImpl::RunFront() {
   const DelayedCall& front = delayedCalls.front();
+  bool hasReturned = false;
   frontIsRunning = true;
-  frontIsCancelled = false;
-  try {
-    front.callback(front.argument);
-  } catch (...) {
+  const ScopeExit atEnd([&] {
     frontIsRunning = false;
-    if (frontIsCancelled) PopFront();
-    throw;
-  }
-  frontIsRunning = false;
-  PopFront();
+    if (hasReturned || front.isCancelled) PopFront();
+  });
+  front.callback(front.argument);
+  hasReturned = true;
 }
 
 void FrameUtilityImpl::PopFront() {
+  if (delayedCalls.front().isCancelled) --cancelledCalls;
   const FrameCallback served = std::move(delayedCalls.front().callback);
   delayedCalls.pop_front();
   ++callsServed;
+}
+
+std::size_t FrameUtilityImpl::WaitingCalls() {
+  const bool countsRunningCall = frontIsRunning && !delayedCalls.front().isCancelled;
+  return delayedCalls.size() - cancelledCalls - (countsRunningCall ? 1 : 0);
 }
 
 SFrameUtility* ManufactureFrameUtility() {

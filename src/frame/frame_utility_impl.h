@@ -9,20 +9,25 @@
 #include <memory>
 #include <utility>
 
+#include "block_pool.h"
 #include "reactor_list.h"
-#include "reactor_memory.h"
 
 namespace Common {
 
 struct DelayedCall {
   DelayedCall(std::uint64_t stamp, std::uint64_t delay, std::uint64_t argument,
-              FrameCallback callback)
-      : stamp(stamp), delay(delay), argument(argument), callback(std::move(callback)) {}
+              FrameCallback callback, bool isCancelled = false)
+      : stamp(stamp),
+        delay(delay),
+        argument(argument),
+        callback(std::move(callback)),
+        isCancelled(isCancelled) {}
 
   std::uint64_t stamp;  // when it was scheduled, which is also its id
   std::uint64_t delay;
   std::uint64_t argument;
   FrameCallback callback;
+  bool isCancelled;
 };
 
 // Callables are destroyed only after they have been taken out of the reactor or the queue that held
@@ -40,37 +45,39 @@ class FrameUtilityImpl final : public SFrameUtility {
                              std::uint64_t delay) override;
   void CancelCall(std::uint64_t id) override;
   void Tick() override;
+  std::size_t WaitingCalls() override;
 
-  ReactorMemory& Memory() { return memory; }
+  BlockPool& Memory() { return memory; }
   ReactorList& Reactors() { return reactors; }
 
  private:
   using Calls = std::deque<DelayedCall>;
 
-  // From the first of them to behind the last. A call's number counts from the first call that was
-  // ever scheduled: a call moves up in the queue whenever one leaves, but keeps its number.
-  struct Numbers {
+  // Half open. A call's sequence number counts from the first call that was ever scheduled: a call
+  // moves up in the queue whenever one leaves, but keeps its number.
+  struct SequenceRange {
     std::uint64_t first;
     std::uint64_t end;
   };
 
-  Numbers NumbersToSearch(std::uint64_t id);
-  Calls::iterator CallOf(std::uint64_t number);
-  std::uint64_t NumberOf(const Calls::const_iterator& call) const;
-  void Cancel(std::uint64_t number);
+  SequenceRange FindCandidates(std::uint64_t id);
+  Calls::iterator CallAt(std::uint64_t sequence);
+  std::uint64_t SequenceOf(const Calls::const_iterator& call) const;
+  void Cancel(std::uint64_t sequence);
 
   void RunDelayedCalls();
   void RunFront();
   void PopFront();
 
-  ReactorMemory memory;
-  ReactorList reactors{&memory};
+  BlockPool memory;
+  ReactorList reactors;
   std::shared_ptr<Vorn::Singleton<SMessageTotem, std::shared_ptr>> totem;
+  const std::shared_ptr<const DelayedCall> emptyCall;
   Calls delayedCalls;
-  std::uint64_t callsServed = 0;  // which is also the number of the front
-  bool stampsAscend = true;       // until one falls below the one before it
+  std::uint64_t callsServed = 0;   // which is also the sequence number of the front
+  std::size_t cancelledCalls = 0;  // of those in the queue
+  bool stampsAscend = true;        // until one falls below the one before it
   bool frontIsRunning = false;
-  bool frontIsCancelled = false;
   bool isTicking = false;
 };
 

@@ -4,10 +4,11 @@
 #include <iterator>
 
 #include "frame_reactor.h"
+#include "scope_exit.h"
 
 namespace Common {
 
-ReactorList::ReactorList(ReactorMemory* memory) : entries(ReactorAllocator<Entry>(memory)) {}
+ReactorList::ReactorList() : entries(BlockAllocator<Entry>(&entryMemory)) {}
 
 ReactorList::~ReactorList() {
   assert(entries.empty() && "every reactor is released before its frame utility ends");
@@ -28,12 +29,7 @@ void ReactorList::Remove(const FrameReactorImpl* reactor) {
 }
 
 void ReactorList::React(std::uint64_t frameNumber) {
-  // No reactor is running any more when this ends, also where a callback throws.
-  struct Unmark {
-    ~Unmark() { running = nullptr; }
-    const FrameReactorImpl*& running;
-  } const atEnd{running};
-
+  const ScopeExit atEnd([this] { running = nullptr; });
   for (FrameReactorImpl* reactor = first; reactor != nullptr; reactor = reactor->following) {
     running = reactor;
     reactor->React(frameNumber);

@@ -5,7 +5,7 @@
 #include <map>
 #include <utility>
 
-#include "reactor_memory.h"
+#include "block_pool.h"
 
 namespace Common {
 
@@ -18,11 +18,11 @@ class FrameReactorImpl;
 class ReactorList {
  private:
   using Entry = std::pair<const std::uintptr_t, FrameReactorImpl*>;
-  using Entries = std::map<std::uintptr_t, FrameReactorImpl*, std::less<>, ReactorAllocator<Entry>>;
+  using Entries = std::map<std::uintptr_t, FrameReactorImpl*, std::less<>, BlockAllocator<Entry>>;
 
  public:
-  // The place of a reactor, which is a base of it. The list alone reads and writes it.
-  class Place {
+  // What ties a reactor to the list: a base of it, which the list alone reads and writes.
+  class Hook {
     friend class ReactorList;
 
     Entries::iterator entry;
@@ -30,7 +30,7 @@ class ReactorList {
     FrameReactorImpl* following = nullptr;
   };
 
-  explicit ReactorList(ReactorMemory* memory);
+  ReactorList();
   ~ReactorList();
 
   ReactorList(const ReactorList&) = delete;
@@ -49,6 +49,7 @@ class ReactorList {
  private:
   void Link(FrameReactorImpl* from, FrameReactorImpl* to);
 
+  BlockPool entryMemory;
   Entries entries;
   FrameReactorImpl* first = nullptr;
   const FrameReactorImpl* running = nullptr;

@@ -1,6 +1,7 @@
 #include "time_stamp.h"
 
 #include <chrono>
+#include <cstring>
 #include <ctime>
 #include <iterator>
 #include <locale>
@@ -35,13 +36,25 @@ std::time_t ReadSecond() {
   return std::chrono::system_clock::to_time_t(now);
 }
 
-std::string FormatSecond(std::time_t second) {
+// A locale is a handle to facets that never change. Its own comparison takes all locales of one
+// name for equal, whatever their facets.
+bool HaveOneHandle(const std::locale& left, const std::locale& right) {
+  return std::memcmp(&left, &right, sizeof(std::locale)) == 0;
+}
+
+template <class Facet>
+bool HasClassic(const std::locale& locale) {
+  return &std::use_facet<Facet>(locale) == &std::use_facet<Facet>(std::locale::classic());
+}
+
+std::string FormatSecond(std::time_t second, const std::locale& locale) {
   const std::tm local = ToLocalTime(second);
   std::ostringstream text;
+  text.imbue(locale);
   try {
-    std::use_facet<std::time_put<char>>(text.getloc())
-        .put(std::ostreambuf_iterator<char>(text), text, text.fill(), &local,
-             TimeStampFormat.data(), TimeStampFormat.data() + TimeStampFormat.size());
+    std::use_facet<std::time_put<char>>(locale).put(
+        std::ostreambuf_iterator<char>(text), text, text.fill(), &local, TimeStampFormat.data(),
+        TimeStampFormat.data() + TimeStampFormat.size());
   } catch (const std::bad_alloc&) {
     throw;
   } catch (...) {  // the host's facet cannot keep a line out of the log: what it has written stands
@@ -53,11 +66,15 @@ std::string FormatSecond(std::time_t second) {
 
 const std::string& TimeStamper::MakeTimeStamp() {
   const std::time_t second = ReadSecond();
-  const bool classic = std::locale() == std::locale::classic();
-  if (second == stampedSecond && classic && isClassic) return stamp;
-  stamp = FormatSecond(second);
-  stampedSecond = second;
-  isClassic = classic;
+  const std::locale locale;
+  if (!HaveOneHandle(locale, lastLocale)) {
+    lastLocale = locale;
+    mayKeepStamps = HasClassic<std::time_put<char>>(locale) && HasClassic<std::ctype<char>>(locale);
+    stampedSecond.reset();
+  }
+  if (second == stampedSecond) return stamp;
+  stamp = FormatSecond(second, locale);
+  if (mayKeepStamps) stampedSecond = second;
   return stamp;
 }
 

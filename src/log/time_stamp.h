@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <ctime>
+#include <locale>
+#include <optional>
 #include <string>
 
 namespace Common {
@@ -13,15 +15,16 @@ class TimeStamper {
   // Of a stamp in the classic locale. Another locale's may be longer.
   static constexpr std::size_t UsualSize = 21;
 
-  // Good until the next call. Formats anew in another second, and always in another locale than the
-  // classic one, whose facets may be the host's own. So a time zone that the host changes shows
-  // from the next second on.
+  // Good until the next call. Formats again in another second, and in each call while the locale
+  // has another `time_put` or `ctype` than the classic one: a host's own may answer differently
+  // each time. So a time zone that the host changes shows from the next second on.
   const std::string& MakeTimeStamp();
 
  private:
   std::string stamp;
-  std::time_t stampedSecond = 0;
-  bool isClassic = false;
+  std::optional<std::time_t> stampedSecond;  // of the stamp, where it may serve again
+  std::locale lastLocale = std::locale::classic();
+  bool mayKeepStamps = true;  // in that locale
 };
 
 }  // namespace Common

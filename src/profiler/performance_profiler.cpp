@@ -21,8 +21,6 @@ constexpr float MicrosecondsPerSecond = 1'000'000.0F;
 
 using AccumulatorMap = std::map<std::string, std::vector<MeasureRecord>>;
 
-std::string DefaultPath() { return (UtResultFolder + '/').append(ReportFileName); }
-
 void PrintRecord(std::ostream& report, const std::string& accumulator,
                  const MeasureRecord& record) {
   report << accumulator << '/' << record.name << '\t' << record.totalTime << '\t'
@@ -62,7 +60,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   }
 
   void WriteReport(const std::string& path) override {
-    const std::string chosen = path.empty() ? DefaultPath() : path;
+    const std::string chosen = path.empty() ? defaultPath : path;
     // Nothing may fail once opening has cut the file, so the text is there before.
     std::ostringstream report;  // the names are bytes; the numbers follow the global locale
     report.exceptions(std::ios::badbit);
@@ -84,6 +82,8 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   AccumulatorMap Accumulators() override { return accumulators; }
 
  private:
+  // Made in time: the folder's name may end before a profiler that a host keeps at file scope.
+  const std::string defaultPath = (UtResultFolder + '/').append(ReportFileName);
   AccumulatorMap accumulators;
 };
 

@@ -3,6 +3,7 @@
 #include <system_error>
 #include <utility>
 
+#include "no_destructor.h"
 #include "path_text.h"
 
 namespace Vorn {
@@ -35,10 +36,8 @@ void SharedPath::Reset() { shared.reset(); }
 SharedPath::operator std::filesystem::path() const { return Path(); }
 
 const std::filesystem::path& SharedPath::Path() const {
-  // Never destroyed: a holder may stand at file scope in any module and end after this library's
-  // own statics.
-  static const auto& noPath = *new std::filesystem::path;
-  return shared != nullptr ? *shared : noPath;
+  static const Detail::NoDestructor<std::filesystem::path> noPath;
+  return shared != nullptr ? *shared : *noPath;
 }
 
 bool SharedPath::Exists() const {

@@ -1,12 +1,12 @@
 #include <vorn_lnk/singleton>
 
+#include "no_destructor.h"
+
 namespace Vorn::Detail {
 
 std::map<std::size_t, void*>& Storage::GetStorageImpl() {
-  // Never destroyed: an owner may stand at file scope in any module and end after this library's
-  // own statics.
-  static auto& storage = *new std::map<std::size_t, void*>;
-  return storage;
+  static const NoDestructor<std::map<std::size_t, void*>> storage;
+  return *storage;
 }
 
 TypeidCreationEnforcer::TypeidCreationEnforcer() = default;

@@ -1,0 +1,84 @@
+#include "block_pool.h"
+
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define COMMON_SERVICES_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define COMMON_SERVICES_ADDRESS_SANITIZER
+#endif
+#endif
+#ifdef COMMON_SERVICES_ADDRESS_SANITIZER
+#include <sanitizer/asan_interface.h>
+#endif
+
+namespace Common {
+namespace {
+
+constexpr std::size_t BlocksPerChunk = 128;
+
+#ifdef COMMON_SERVICES_ADDRESS_SANITIZER
+void ForbidUse(const void* bytes, std::size_t size) noexcept {
+  __asan_poison_memory_region(bytes, size);
+}
+void AllowUse(const void* bytes, std::size_t size) noexcept {
+  __asan_unpoison_memory_region(bytes, size);
+}
+#else
+void ForbidUse(const void* /*bytes*/, std::size_t /*size*/) noexcept {}
+void AllowUse(const void* /*bytes*/, std::size_t /*size*/) noexcept {}
+#endif
+
+}  // namespace
+
+void* BlockPool::Allocate(std::size_t size) {
+  assert((blockSize == 0 || size == blockSize) && "a pool has blocks of one size");
+  blockSize = size;
+  void* const block = freed != nullptr ? TakeFreed() : TakeUnused();
+  ++blocksInUse;
+  return block;
+}
+
+void BlockPool::Free(void* block) noexcept {
+  freed = new (block) FreedBlock{freed};
+  ForbidUse(block, blockSize);
+  if (--blocksInUse == 0) StartOver();
+}
+
+void* BlockPool::TakeFreed() noexcept {
+  FreedBlock* const block = freed;
+  AllowUse(block, blockSize);
+  freed = block->next;
+  return block;
+}
+
+void* BlockPool::TakeUnused() {
+  if (unused == endOfChunk) OpenNextChunk();
+  std::byte* const block = unused;
+  AllowUse(block, blockSize);
+  unused += blockSize;
+  return block;
+}
+
+void BlockPool::OpenNextChunk() {
+  const std::size_t size = BlocksPerChunk * blockSize;
+  if (chunksOpened == chunks.size()) {
+    chunks.push_back(std::unique_ptr<std::byte[]>(new std::byte[size]));
+    ForbidUse(chunks.back().get(), size);
+  }
+  unused = chunks[chunksOpened].get();
+  endOfChunk = unused + size;
+  ++chunksOpened;
+}
+
+// Hands the blocks out in the order of their addresses again, whatever the order of their return:
+// what comes next then lies side by side in memory too.
+void BlockPool::StartOver() noexcept {
+  freed = nullptr;
+  chunksOpened = 0;
+  unused = nullptr;
+  endOfChunk = nullptr;
+}
+
+}  // namespace Common

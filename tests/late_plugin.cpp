@@ -1,0 +1,93 @@
+// All seven services, used for the last time when no constant of their library is left.
+#include <common/config_file.h>
+#include <common/frame_utility.h>
+#include <common/message_log.h>
+#include <common/performance_profiler.h>
+#include <common/runtime_unique_id.h>
+#include <common/seed_provider.h>
+#include <common/time_provider.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+namespace {
+
+using namespace Common;
+
+template <class T>
+struct Stored {
+  explicit Stored(T* made) : service(made), owner(Access::Create(made)) {}
+
+  using Access = Vorn::Singleton<T, std::shared_ptr>;
+  T* const service;
+  const std::shared_ptr<Access> owner;
+};
+
+void Check(bool holds, const char* claim) {
+  if (holds) return;
+  std::cerr << "Does not hold: " << claim << '\n';
+  std::_Exit(1);
+}
+
+std::string ReadFile(const char* name) {
+  std::ifstream file(name);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+struct Services {
+  void UseAll() {
+    log.service->LogError("an error");
+    Check(settings->ParseContent("key = value\nbad\n", "text").at("key") == "value",
+          "text is read");
+    Check(settings->GetInt("number", 7) == 7, "a default is returned");
+    const auto frame = MakeReactor();
+    const std::uint64_t id = frames->ScheduleCall([](std::uint64_t) {}, 0, 0);
+    frames->CancelCall(id);
+    frames->Tick();
+    Check(framesSeen > 0, "the reactor runs");
+    Check(ids->MakeUniqueName("").ends_with("#/object"), "a name is made");
+    seeds->NextSeed();
+    Check(clock.service->MakePeriodic(PeriodicKind::Square, 9, 1)->GetValue() == 1, "a signal");
+    Check(profiler->OpenAccumulator("load").records != nullptr, "an accumulator is opened");
+  }
+
+  Vorn::IntrudablePtr<IFrameReactor> MakeReactor() {
+    auto reactor = frames->CreateReactor(0);
+    reactor->SetCallback([this](std::uint64_t) { ++framesSeen; });
+    return reactor;
+  }
+
+  int framesSeen = 0;
+  const Stored<STimeProvider> clock{ManufactureTimeProvider()};
+  const Stored<Log::SMessageLog> log{Log::ManufactureMessageLog()};
+  const std::unique_ptr<Config::SConfigFile> settings{ManufactureConfigFile()};
+  const std::unique_ptr<SSeedProvider> seeds{ManufactureSeedProvider()};
+  const std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};
+  const std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
+  const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
+};
+
+Services* services = nullptr;
+
+}  // namespace
+
+extern "C" void MakeServices() {
+  for (const char* const left : {"content", "old_logs", "zeb_log.txt"})
+    std::filesystem::remove_all(left);
+  std::filesystem::create_directories("content/config");
+  std::filesystem::create_directories("content/ut_result");
+  services = new Services;
+}
+
+extern "C" void EndServices() {
+  services->UseAll();
+  delete services;
+  Check(ReadFile("content/config/config.txt") == "number = 7\n", "the store saves itself");
+  Check(ReadFile("content/ut_result/profiler_data.csv").find("load/load") != std::string::npos,
+        "the profiler reports");
+  Check(ReadFile("zeb_log.txt").find(": an error\nERROR: ") != std::string::npos,
+        "the log writes its lines");
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+namespace Vorn::Detail {
+
+// A value that is never destroyed, since who needs it may be at file scope in any module and end
+// after this library's own statics. It is for types that hold no memory of the heap while they are
+// empty, so that none is lost when the library is unloaded.
+template <class T>
+class NoDestructor {
+ public:
+  NoDestructor() : value(new (memory) T()) {}
+
+  NoDestructor(const NoDestructor&) = delete;
+  NoDestructor& operator=(const NoDestructor&) = delete;
+
+  T& operator*() const { return *value; }
+
+ private:
+  alignas(T) std::byte memory[sizeof(T)];
+  T* const value;
+};
+
+}  // namespace Vorn::Detail
