@@ -20,9 +20,9 @@
 namespace Common {
 namespace {
 
-const std::string ErrorPrefix = "ERROR: ";
-const std::string WarningPrefix = "WARNING: ";
-const std::string PlainPrefix;
+constexpr std::string_view ErrorPrefix = "ERROR: ";
+constexpr std::string_view WarningPrefix = "WARNING: ";
+constexpr std::string_view PlainPrefix;
 const std::string SeparatorLine(37, '-');
 const std::string HeaderLabel = "ZEB Log: ";
 const std::string LogFileName = "zeb_log.txt";
@@ -83,7 +83,7 @@ class MessageLogImpl final : public Log::SMessageLog {
  private:
   void MovePreviousLogAway();
   void AddHeader();
-  void AddLine(const std::string& prefix, const std::string& text);
+  void AddLine(std::string_view prefix, const std::string& text);
   void PublishLastLine() noexcept;
   void CopyToConsole(const std::string& line) noexcept;
   bool WritePendingLines() noexcept;
@@ -147,7 +147,7 @@ void MessageLogImpl::SetLogFile(const std::string& fileName) {
 }
 
 // The line's memory is allocated before the lock is taken, since other threads wait for that lock.
-void MessageLogImpl::AddLine(const std::string& prefix, const std::string& text) {
+void MessageLogImpl::AddLine(std::string_view prefix, const std::string& text) {
   std::string line;
   line.reserve(prefix.size() + TimeStamper::UsualSize + 1 + text.size() + 1);
   const std::lock_guard lock(lineMutex);
