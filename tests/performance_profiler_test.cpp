@@ -70,6 +70,21 @@ TEST_F(PerformanceProfiler, ReplacesTheDefaultReportAtItsEnd) {
   EXPECT_EQ(ReadBytes(DefaultPath), EmptyReport);
 }
 
+TEST_F(PerformanceProfiler, CopiesItsAccumulators) {
+  handle.GoOnTo("b");
+  records[1].totalTime = 5;
+  profiler->OpenAccumulator("c");
+  auto copy = profiler->Accumulators();
+  ASSERT_EQ(copy.size(), 2U);
+  EXPECT_TRUE(copy.contains("c"));
+  ASSERT_EQ(copy["a"].size(), 2U);
+  EXPECT_EQ(copy["a"][0].calls, 1U);
+  EXPECT_EQ(copy["a"][1].name, "b");
+  EXPECT_EQ(copy["a"][1].totalTime, 5U);
+  copy["a"].clear();
+  EXPECT_EQ(NamesOfRecords(), (std::vector<std::string>{"a", "b"}));
+}
+
 // ---- Measuring.
 
 TEST_F(PerformanceProfiler, MeasuresMicroseconds) {
