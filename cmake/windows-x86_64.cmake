@@ -10,19 +10,8 @@ find_program(CMAKE_C_COMPILER NAMES ${MINGW_SYSTEM}-gcc-posix ${MINGW_SYSTEM}-gc
 find_program(CMAKE_CXX_COMPILER NAMES ${MINGW_SYSTEM}-g++-posix ${MINGW_SYSTEM}-g++ REQUIRED)
 set(CMAKE_RC_COMPILER ${MINGW_SYSTEM}-windres)
 
-list(APPEND CMAKE_FIND_ROOT_PATH /usr/${MINGW_SYSTEM})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-
-# Boost's headers serve both systems, but the folder that they stand in must not: it holds the
-# host's own.
-set(Boost_INCLUDE_DIR ${CMAKE_BINARY_DIR}/boost_headers)
-file(MAKE_DIRECTORY ${Boost_INCLUDE_DIR})
-if(NOT EXISTS ${Boost_INCLUDE_DIR}/boost)
-  file(CREATE_LINK /usr/include/boost ${Boost_INCLUDE_DIR}/boost SYMBOLIC)
-endif()
+set(cross_root /usr/${MINGW_SYSTEM})
+include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)
 
 find_program(WINE NAMES wine64 wine wine64-stable
              PATHS /usr/lib/wine /usr/lib/x86_64-linux-gnu/wine)

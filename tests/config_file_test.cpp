@@ -5,7 +5,7 @@
 
 #include "support.h"
 
-#ifndef _WIN32
+#ifdef __GLIBC__
 #include <malloc.h>
 #endif
 
@@ -105,6 +105,7 @@ TEST_F(ConfigFile, UserFileWhoseNameIsTooLongEndsTheFactory) {
   EXPECT_EQ(FailureOf(ManufactureConfigFile), "filesystem_error");
 }
 
+#ifdef __GLIBC__
 TEST_F(ConfigFile, HugeLineLeavesNoMemoryBehind) {
   Start();
   const auto countBytesInUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
@@ -115,6 +116,7 @@ TEST_F(ConfigFile, HugeLineLeavesNoMemoryBehind) {
   log->lines = {};
   EXPECT_LT(countBytesInUse(), before + line.size() / 2);
 }
+#endif
 
 #endif
 
@@ -169,7 +171,7 @@ const char* SetLocaleOfOneByte() {
 
 TEST_F(ConfigFile, SetLocaleDecidesWhatALetterAndWhiteSpaceAre) {
   Start();
-  ASSERT_STRNE(SetLocaleOfOneByte(), nullptr);
+  if (SetLocaleOfOneByte() == nullptr) GTEST_SKIP() << "no such locale can be made here";
   EXPECT_EQ(Parse("\xE4 \xA0=\xA0 v"), (ConfigEntries{{"\xE4", "v"}}));
 }
 
