@@ -76,16 +76,6 @@ Reading Read(const std::string& text) {
   return reading;
 }
 
-Reading ReadByStandIn(const std::string& text) {
-  static const Fuzz::StoredLog log;
-  log->lines.clear();
-  Kit::StandInSettings settings;
-  Reading reading;
-  reading.entries = settings.ParseContent(text, Name);
-  reading.errors = log->TextsOf(Kit::StandInLog::Kind::Error);
-  return reading;
-}
-
 // Pieces of the text as keys and values in turn.
 ConfigEntries CutIntoEntries(const std::string& text) {
   ConfigEntries entries;
@@ -146,7 +136,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(reinterpret_cast<const char*>(data), size);
   const Reading reading = Read(text);
   Check(reading == Scan(text), "a text reads as the rule of a good line says");
-  Check(reading == ReadByStandIn(text), "the stand-in reads as the store does");
   CheckWriting(reading.entries);
   CheckWriting(CutIntoEntries(text));
   return 0;

@@ -33,27 +33,35 @@ struct KitTrace : testing::Test {
 };
 
 TEST_F(KitTrace, SummarizesWhatTheRingHolds) {
-  for (std::uint64_t seconds = 200; seconds > 0; --seconds) Measure("a", seconds);
-  ASSERT_EQ(trace.Summarize().size(), 1U);
-  const Trace::Line line = trace.Summarize().front();
-  EXPECT_EQ(line.name, "a/a");
-  EXPECT_EQ(line.count, 100U);
-  EXPECT_EQ(line.minimum / 1'000'000, 1U);
-  EXPECT_EQ(line.median / 1'000'000, 50U);
-  EXPECT_EQ(line.percentile99 / 1'000'000, 99U);
-  EXPECT_EQ(line.maximum / 1'000'000, 100U);
+  for (std::uint64_t seconds = 100; seconds > 0; --seconds) Measure("a", seconds);
+  ASSERT_EQ(trace.Summarize().size(), 2U) << "phase and whole";
+  for (const Trace::Line& line : trace.Summarize()) {
+    EXPECT_EQ(line.count, 50U) << line.name;
+    EXPECT_EQ(line.minimum / 1'000'000, 1U);
+    EXPECT_EQ(line.median / 1'000'000, 25U);
+    EXPECT_EQ(line.percentile99 / 1'000'000, 50U);
+    EXPECT_EQ(line.maximum / 1'000'000, 50U);
+  }
 }
 
-TEST_F(KitTrace, KeepsEachRecordThatEndsInTheOrderOfFirstUse) {
+TEST_F(KitTrace, KeepsPhasesAndWholesInTheOrderInWhichTheyEnd) {
   {
-    TracedMeasurement measurement(profiler->OpenAccumulator("z"), trace);
-    measurement.GoOnTo("a");
-    measurement.GoOnTo("a");
+    TracedMeasurement outer(profiler->OpenAccumulator("z"), trace);
+    outer.GoOnTo("b");
+    TracedMeasurement(profiler->OpenAccumulator("a"), trace).GoOnTo("a");
   }
-  ASSERT_EQ(trace.Summarize().size(), 2U);
-  EXPECT_EQ(trace.Summarize().front().name, "z/z");
-  EXPECT_EQ(trace.Summarize().back().name, "z/a");
-  EXPECT_EQ(trace.Summarize().back().count, 2U);
+  std::vector<std::string> names;
+  std::map<std::string, Trace::Measurement> last;
+  trace.ForEach([&](const Trace::Measurement& measured) {
+    names.emplace_back(measured.name);
+    last[names.back()] = measured;
+  });
+  EXPECT_EQ(names, (std::vector<std::string>{"z/z", "a/a", "a/a", "a", "z/b", "z"}));
+  EXPECT_EQ(last["z"].started, last["z/z"].started);
+  EXPECT_EQ(last["z"].duration, last["z/z"].duration + last["z/b"].duration);
+  std::vector<std::string> lines;
+  for (const Trace::Line& line : trace.Summarize()) lines.push_back(line.name);
+  EXPECT_EQ(lines, (std::vector<std::string>{"z/z", "a/a", "a", "z/b", "z"}));
 }
 
 TEST_F(KitTrace, HoldsTheTimesOfTheProfiler) {
@@ -83,29 +91,31 @@ TEST_F(KitTrace, TellsRecordsApartThatShareAnAddressOneAfterTheOther) {
     Detail::StartMeasurement(records[0], 0);
     const TracedMeasurement measurement({0, &records}, trace);
   }
-  ASSERT_EQ(trace.Summarize().size(), 2U);
-  EXPECT_EQ(trace.Summarize().back().name, "b/b");
+  ASSERT_EQ(trace.Summarize().size(), 4U);
+  EXPECT_EQ(trace.Summarize().back().name, "b");
 }
 
 TEST_F(KitTrace, WritesEachRingAsAThreadWhateverNamesHoldAndTheStreamDoes) {
   Measure("\"\\\n\xFF\u00E4\xED\xA0\x80", 1);
-  Trace second(1, "worker");
+  Trace second(2, "worker");
   TracedMeasurement(profiler->OpenAccumulator("a"), second).GoOnTo("b");
   GroupDigits();
   std::ostringstream out;
   out << std::hex << std::setw(40);
   Trace::WriteJson(out, {&trace, &second});
-  const std::string name = R"(\"\\\u000a\ufffd)"
-                           "\u00E4"
-                           R"(\ufffd\ufffd\ufffd)";
+  const std::string name = R"(\"\\\n)"
+                           "\uFFFD\u00E4\uFFFD\uFFFD\uFFFD";
   const std::string json =
       std::regex_replace(out.str(), std::regex(":\\d+,\"(dur|pid)"), ":#,\"$1");
   EXPECT_EQ(json, R"({"displayTimeUnit":"ms","traceEvents":[
 {"name":"thread_name","ph":"M","args":{"name":"main"},"pid":1,"tid":1},
 {"name":")" + name + "/" +
                       name + R"(","cat":")" + name + R"(","ph":"X","ts":#,"dur":#,"pid":1,"tid":1},
+{"name":")" + name + R"(","cat":")" +
+                      name + R"(","ph":"X","ts":#,"dur":#,"pid":1,"tid":1},
 {"name":"thread_name","ph":"M","args":{"name":"worker"},"pid":1,"tid":2},
-{"name":"a/b","cat":"a","ph":"X","ts":#,"dur":#,"pid":1,"tid":2}
+{"name":"a/b","cat":"a","ph":"X","ts":#,"dur":#,"pid":1,"tid":2},
+{"name":"a","cat":"a","ph":"X","ts":#,"dur":#,"pid":1,"tid":2}
 ]}
 )");
 }
@@ -172,8 +182,7 @@ TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
   EXPECT_EQ(Warnings(), std::vector<std::string>());
 }
 
-// ---- Stand-ins. The fuzz targets compare the settings with the store's, and the clock's tests
-// compare the signals.
+// ---- Stand-ins.
 
 TEST(KitStandIns, KeepFilesInMemory) {
   StandInSettings settings;
@@ -183,6 +192,13 @@ TEST(KitStandIns, KeepFilesInMemory) {
   settings.Save();
   EXPECT_EQ(settings.files.at("user.txt"), "a = 1\nb = 2\nc = 4\n");
   EXPECT_TRUE(settings.ReadFile("missing").empty());
+}
+
+TEST(KitStandIns, MoveSignalsByTheirOwnClock) {
+  Kit::StandInClock clock;
+  const auto signal = clock.MakePeriodic(PeriodicKind::RisingSawtooth, 100, 0);
+  clock.now = 125;
+  EXPECT_EQ(signal->GetValue(), 0.25F);
 }
 
 TEST(KitStandIns, MoveTheClockByWaitsAndFillers) {

@@ -28,7 +28,7 @@ class Shift {
  public:
   explicit Shift(std::optional<std::uint64_t> frames)
       : settings(Configure(services, frames)),
-        trace(std::min(settings.frames, MostTracedFrames) * Phase::Count, "harbor"),
+        trace(std::min(settings.frames, MostTracedFrames) * (Phase::Count + 1), "harbor"),
         port(services, settings),
         plugin(settings.plugin, {*services.frames, settings.dayLength}),
         progress(settings.frames) {}

@@ -4,13 +4,12 @@
 #include <common/message_log.h>
 #include <vorn_lnk/file>
 
-#include <boost/lexical_cast.hpp>
-
 #include <system_error>
 #include <utility>
 
 #include "../output_file.h"
 #include "config_format.h"
+#include "number_text.h"
 
 namespace Common {
 namespace {
@@ -125,16 +124,11 @@ void ConfigFileImpl::SetString(const std::string& key, const std::string& value)
 }
 
 void ConfigFileImpl::SetInt(const std::string& key, std::int32_t value) {
-  SetString(key, boost::lexical_cast<std::string>(value));
+  SetString(key, FormatInt(value));
 }
 
 std::int32_t ConfigFileImpl::GetInt(const std::string& key, std::int32_t defaultValue) {
-  const std::string text = GetString(key, boost::lexical_cast<std::string>(defaultValue));
-  try {
-    return boost::lexical_cast<std::int32_t>(text);
-  } catch (const boost::bad_lexical_cast&) {
-    return defaultValue;
-  }
+  return ParseInt(GetString(key, FormatInt(defaultValue))).value_or(defaultValue);
 }
 
 Config::SConfigFile* ManufactureConfigFile() {

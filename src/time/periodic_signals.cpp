@@ -9,13 +9,23 @@ constexpr float FullTurn = 6.2831855F;
 
 const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
 
-// Where the clock stands in the period, from 0.0 to 1.0. Single precision begins with the two
-// operands of the division: it is what makes the phase of long periods move in steps.
-float ReadPhase(std::uint64_t period) {
-  const std::uint64_t now = timeProvider.Get()->Now();
-  if (period == 0) return 0.0F;
-  return static_cast<float>(now % period) / static_cast<float>(period);
-}
+// A period of a clock.
+class Cycle {
+ public:
+  Cycle(std::uint64_t period, STimeProvider* clock) : period(period), clock(clock) {}
+
+  // Where the clock stands in the period, from 0.0 to 1.0. Single precision begins with the two
+  // operands of the division: it is what makes the phase of long periods move in steps.
+  float ReadPhase() const {
+    const std::uint64_t now = (clock != nullptr ? clock : timeProvider.Get())->Now();
+    if (period == 0) return 0.0F;
+    return static_cast<float>(now % period) / static_cast<float>(period);
+  }
+
+ private:
+  const std::uint64_t period;
+  STimeProvider* const clock;
+};
 
 float ClampDuty(float duty) {
   if (std::isnan(duty)) return 0.0F;
@@ -26,59 +36,59 @@ float ClampDuty(float duty) {
 
 class SinePeriodic final : public IPeriodic {
  public:
-  explicit SinePeriodic(std::uint64_t period) : period(period) {}
+  explicit SinePeriodic(const Cycle& cycle) : cycle(cycle) {}
 
-  float GetValue() override { return std::sin(ReadPhase(period) * FullTurn); }
+  float GetValue() override { return std::sin(cycle.ReadPhase() * FullTurn); }
 
  private:
-  const std::uint64_t period;
+  const Cycle cycle;
 };
 
 class SquarePeriodic final : public IPeriodic {
  public:
-  SquarePeriodic(std::uint64_t period, float duty) : period(period), duty(duty) {}
+  SquarePeriodic(const Cycle& cycle, float duty) : cycle(cycle), duty(duty) {}
 
-  float GetValue() override { return ReadPhase(period) >= duty ? 0.0F : 1.0F; }
+  float GetValue() override { return cycle.ReadPhase() >= duty ? 0.0F : 1.0F; }
 
  private:
-  const std::uint64_t period;
+  const Cycle cycle;
   const float duty;
 };
 
 class TrianglePeriodic final : public IPeriodic {
  public:
-  TrianglePeriodic(std::uint64_t period, float duty) : period(period), duty(duty) {}
+  TrianglePeriodic(const Cycle& cycle, float duty) : cycle(cycle), duty(duty) {}
 
   float GetValue() override {
-    const float phase = ReadPhase(period);
+    const float phase = cycle.ReadPhase();
     // With a duty of 0.0 there is no rising side: phase 0.0 is the peak, not 0.0 divided by 0.0.
     const bool isRising = duty >= phase && duty > 0.0F;
     return isRising ? phase / duty : (1.0F - phase) / (1.0F - duty);
   }
 
  private:
-  const std::uint64_t period;
+  const Cycle cycle;
   const float duty;
 };
 
 class RisingSawtoothPeriodic final : public IPeriodic {
  public:
-  explicit RisingSawtoothPeriodic(std::uint64_t period) : period(period) {}
+  explicit RisingSawtoothPeriodic(const Cycle& cycle) : cycle(cycle) {}
 
-  float GetValue() override { return ReadPhase(period); }
+  float GetValue() override { return cycle.ReadPhase(); }
 
  private:
-  const std::uint64_t period;
+  const Cycle cycle;
 };
 
 class FallingSawtoothPeriodic final : public IPeriodic {
  public:
-  explicit FallingSawtoothPeriodic(std::uint64_t period) : period(period) {}
+  explicit FallingSawtoothPeriodic(const Cycle& cycle) : cycle(cycle) {}
 
-  float GetValue() override { return 1.0F - ReadPhase(period); }
+  float GetValue() override { return 1.0F - cycle.ReadPhase(); }
 
  private:
-  const std::uint64_t period;
+  const Cycle cycle;
 };
 
 class NullPeriodic final : public IPeriodic {
@@ -87,19 +97,20 @@ class NullPeriodic final : public IPeriodic {
 };
 
 Vorn::IntrudablePtr<IPeriodic> MakePeriodicSignal(PeriodicKind kind, std::uint64_t period,
-                                                  float duty) {
+                                                  float duty, STimeProvider* clock) {
   using Signal = Vorn::IntrudablePtr<IPeriodic>;
+  const Cycle cycle(period, clock);
   switch (kind) {
     case PeriodicKind::Sine:
-      return Signal(new SinePeriodic(period));
+      return Signal(new SinePeriodic(cycle));
     case PeriodicKind::Square:
-      return Signal(new SquarePeriodic(period, ClampDuty(duty)));
+      return Signal(new SquarePeriodic(cycle, ClampDuty(duty)));
     case PeriodicKind::Triangle:
-      return Signal(new TrianglePeriodic(period, ClampDuty(duty)));
+      return Signal(new TrianglePeriodic(cycle, ClampDuty(duty)));
     case PeriodicKind::RisingSawtooth:
-      return Signal(new RisingSawtoothPeriodic(period));
+      return Signal(new RisingSawtoothPeriodic(cycle));
     case PeriodicKind::FallingSawtooth:
-      return Signal(new FallingSawtoothPeriodic(period));
+      return Signal(new FallingSawtoothPeriodic(cycle));
   }
   return Signal(new NullPeriodic);
 }

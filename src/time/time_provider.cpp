@@ -3,46 +3,21 @@
 #include <common/time_provider.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cassert>
 #include <chrono>
-#include <iostream>
-#include <limits>
-#include <locale>
-#include <sstream>
 #include <thread>
 
 #include "../cancellation_pause.h"
-#include "../console.h"
 #include "periodic_signals.h"
+#include "timing.h"
 
 namespace Common {
 namespace {
 
 constexpr std::chrono::microseconds SleepStep{1000};
-constexpr std::uint64_t LongestWait = std::numeric_limits<std::int64_t>::max();
 
 std::int32_t instanceCount = 0;
-
-// What is left at `now` of a `length` that began at `start`. The end less the reading counts as a
-// signed difference, so a wait may cross the wrap of the clock. A longer length than such a
-// difference holds would seem to have passed or not, from one reading to the next: it has passed.
-std::uint64_t TimeLeft(std::uint64_t start, std::uint64_t length, std::uint64_t now) {
-  if (length > LongestWait) return 0;
-  const std::uint64_t end = start + length;
-  const auto difference = static_cast<std::int64_t>(end - now);
-  return difference > 0 ? static_cast<std::uint64_t>(difference) : 0;
-}
-
-// A stream of its own keeps the host's settings of `std::cout` out of the text. The classic locale
-// is what `std::cout` has until a host gives it another, also where the global locale has changed.
-std::string FormatTimingLine(std::uint64_t microseconds) {
-  std::ostringstream line;
-  line.imbue(std::locale::classic());
-  line << microseconds << "us : " << static_cast<float>(microseconds) * 1e-6F << "s\n";
-  return line.str();
-}
 
 }  // namespace
 
@@ -128,17 +103,11 @@ Vorn::IntrudablePtr<Vorn::IScoped> TimeProviderImpl::MakeTimeFiller(std::uint64_
   return Vorn::IntrudablePtr<Vorn::IScoped>(new ScopedTimeFiller(microseconds, this));
 }
 
-void TimeProviderImpl::RunTimingCheck() {
-  constexpr std::array<std::int32_t, 6> fillMilliseconds{1000, 500, 250, 125, 75, 30};
-  for (const std::int32_t milliseconds : fillMilliseconds) {
-    const std::uint64_t elapsed = FillScope(static_cast<std::uint64_t>(milliseconds) * 1000);
-    InsertQuietly(std::cout, FormatTimingLine(elapsed));
-  }
-}
+void TimeProviderImpl::RunTimingCheck() { PrintTimingCheck(FillScope); }
 
 Vorn::IntrudablePtr<IPeriodic> TimeProviderImpl::MakePeriodic(PeriodicKind kind,
                                                               std::uint64_t period, float duty) {
-  return MakePeriodicSignal(kind, period, duty);
+  return MakePeriodicSignal(kind, period, duty, nullptr);
 }
 
 STimeProvider* ManufactureTimeProvider() {

@@ -33,7 +33,7 @@ class [[maybe_unused]] ScopedTimerResolution {
   ScopedTimerResolution& operator=(const ScopedTimerResolution&) = delete;
 
  private:
-  void* grantor = nullptr;  // the system's library while it grants the fine timer
+  [[maybe_unused]] void* grantor = nullptr;  // the system's library while it grants the fine timer
 };
 
 }  // namespace Common::Kit

@@ -1,0 +1,256 @@
+#include <common/kit/trace.h>
+
+#include <algorithm>
+#include <cassert>
+#include <deque>
+#include <map>
+#include <new>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <unordered_map>
+#include <utility>
+
+namespace Common::Kit {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Records = std::vector<MeasureRecord>;
+
+// Of a phase, or of a whole, which has no record.
+struct Name {
+  std::string accumulator;
+  std::string record;
+  std::string text;
+};
+
+struct Entry {
+  std::uint64_t started = 0;
+  std::uint64_t duration = 0;
+  const Name* name = nullptr;
+};
+
+// The names of one accumulator. After the profiler has freed its records they may be made again in
+// another order, so those by position are compared at each use.
+struct Accumulator {
+  explicit Accumulator(std::string ownName) : name(std::move(ownName)) {}
+
+  const std::string name;
+  const Name* whole = nullptr;
+  std::vector<const Name*> phases;
+  std::vector<const Name*> phasesByPosition;
+};
+
+Trace::Line MakeLine(const std::string& name, std::vector<std::uint64_t>& durations) {
+  std::sort(durations.begin(), durations.end());
+  const std::size_t count = durations.size();
+  const auto atPercent = [&](std::size_t percent) {
+    return durations[(count * percent + 99) / 100 - 1];
+  };
+  return {name, count, durations.front(), atPercent(50), atPercent(99), durations.back()};
+}
+
+void Write(std::ostream& out, const std::string& text) {
+  out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+// Writes events one a line, as the elements of an array.
+class EventWriter {
+ public:
+  explicit EventWriter(std::ostream& out) : out(out) {}
+
+  void Add(const Json& event) {
+    Write(out, separator + event.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                                      Json::error_handler_t::replace));
+    separator = ",\n";
+  }
+
+ private:
+  std::ostream& out;
+  const char* separator = "\n";
+};
+
+// The record that is about to end, and what tells afterwards how long it ran.
+struct Running {
+  std::uint64_t Duration(const Records& records) const {
+    return records[position].totalTime - timeBefore;
+  }
+
+  const std::uint64_t position;
+  const bool idle;
+  const std::uint64_t started;
+  const std::uint64_t timeBefore;
+};
+
+Running PresentOf(const AccumulatorHandle& handle) {
+  assert(handle.records != nullptr && handle.position < handle.records->size() &&
+         "the handle came from no profiler");
+  const MeasureRecord& record = (*handle.records)[handle.position];
+  return {handle.position, record.idle, record.started, record.totalTime};
+}
+
+}  // namespace
+
+class Trace::State {
+ public:
+  State(std::size_t capacity, std::string threadName)
+      : ring(capacity), threadName(std::move(threadName)) {}
+
+  void KeepPhase(const Records& records, const Running& ended) noexcept {
+    Keep(ended.started, ended.Duration(records), [&] {
+      return FindPhase(FindAccumulator(records), ended.position, records[ended.position].name);
+    });
+  }
+
+  void KeepWhole(const Records& records, std::uint64_t started, const Running& last) noexcept {
+    const std::uint64_t duration = last.started + last.Duration(records) - started;
+    Keep(started, duration, [&] { return FindWhole(FindAccumulator(records)); });
+  }
+
+  // Calls `use` with each entry, the oldest first.
+  template <class Use>
+  void ForEachEntry(Use use) const {
+    const auto newest = ring.begin() + static_cast<std::ptrdiff_t>(next);
+    if (isFull) std::for_each(newest, ring.end(), use);
+    std::for_each(ring.begin(), newest, use);
+  }
+
+  std::vector<Line> Summarize() const {
+    std::unordered_map<const Name*, std::vector<std::uint64_t>> durations;
+    ForEachEntry([&](const Entry& entry) { durations[entry.name].push_back(entry.duration); });
+    std::vector<Line> lines;
+    for (const Name& name : names) {
+      const auto found = durations.find(&name);
+      if (found != durations.end()) lines.push_back(MakeLine(name.text, found->second));
+    }
+    return lines;
+  }
+
+  void WriteEvents(EventWriter& writer, std::size_t thread) const {
+    if (!threadName.empty()) {
+      const Json arguments{{"name", threadName}};
+      writer.Add(
+          {{"name", "thread_name"}, {"ph", "M"}, {"args", arguments}, {"pid", 1}, {"tid", thread}});
+    }
+    ForEachEntry([&](const Entry& entry) {
+      writer.Add({{"name", entry.name->text},
+                  {"cat", entry.name->accumulator},
+                  {"ph", "X"},
+                  {"ts", entry.started},
+                  {"dur", entry.duration},
+                  {"pid", 1},
+                  {"tid", thread}});
+    });
+  }
+
+ private:
+  template <class FindName>
+  void Keep(std::uint64_t started, std::uint64_t duration, FindName findName) noexcept {
+    if (ring.empty()) return;
+    try {
+      ring[next] = {started, duration, findName()};
+    } catch (const std::bad_alloc&) {
+      return;  // no memory for the name
+    }
+    if (++next == ring.size()) {
+      next = 0;
+      isFull = true;
+    }
+  }
+
+  // By address, since that is quick; by name where the records are new, or stand where those of
+  // another accumulator stood before the profiler freed them.
+  Accumulator& FindAccumulator(const Records& records) {
+    const std::string& name = records.front().name;
+    const auto known = byAddress.find(&records);
+    if (known != byAddress.end() && known->second->name == name) return *known->second;
+    Accumulator& accumulator = accumulators.try_emplace(name, name).first->second;
+    ForgetFreedRecords();
+    byAddress.insert_or_assign(&records, &accumulator);
+    return accumulator;
+  }
+
+  void ForgetFreedRecords() {
+    constexpr std::size_t MostAddressesOfOne = 16;
+    if (byAddress.size() >= MostAddressesOfOne * accumulators.size()) byAddress.clear();
+  }
+
+  const Name* FindPhase(Accumulator& accumulator, std::size_t position, const std::string& record) {
+    std::vector<const Name*>& byPosition = accumulator.phasesByPosition;
+    if (position >= byPosition.size()) byPosition.resize(position + 1);
+    const Name*& known = byPosition[position];
+    if (known == nullptr || known->record != record) known = FindOrMakePhase(accumulator, record);
+    return known;
+  }
+
+  const Name* FindOrMakePhase(Accumulator& accumulator, const std::string& record) {
+    std::vector<const Name*>& phases = accumulator.phases;
+    const auto isOfRecord = [&](const Name* phase) { return phase->record == record; };
+    const auto found = std::find_if(phases.begin(), phases.end(), isOfRecord);
+    if (found != phases.end()) return *found;
+    names.push_back({accumulator.name, record, accumulator.name + "/" + record});
+    phases.push_back(&names.back());
+    return phases.back();
+  }
+
+  const Name* FindWhole(Accumulator& accumulator) {
+    if (accumulator.whole == nullptr) {
+      names.push_back({accumulator.name, {}, accumulator.name});
+      accumulator.whole = &names.back();
+    }
+    return accumulator.whole;
+  }
+
+  std::vector<Entry> ring;
+  std::size_t next = 0;  // where the next entry goes
+  bool isFull = false;
+  std::deque<Name> names;  // where they stay
+  std::map<std::string, Accumulator> accumulators;
+  std::unordered_map<const Records*, Accumulator*> byAddress;
+  const std::string threadName;
+};
+
+Trace::Trace(std::size_t capacity, std::string threadName)
+    : state(std::make_unique<State>(capacity, std::move(threadName))) {}
+
+Trace::~Trace() = default;
+
+std::vector<Trace::Line> Trace::Summarize() const { return state->Summarize(); }
+
+void Trace::ForEach(const std::function<void(const Measurement&)>& use) const {
+  state->ForEachEntry([&use](const Entry& entry) {
+    use({entry.name->text, entry.started, entry.duration});
+  });
+}
+
+void Trace::WriteJson(std::ostream& out) const { WriteJson(out, {this}); }
+
+void Trace::WriteJson(std::ostream& out, const std::vector<const Trace*>& traces) {
+  Write(out, R"({"displayTimeUnit":"ms","traceEvents":[)");
+  EventWriter writer(out);
+  for (std::size_t index = 0; index < traces.size(); ++index) {
+    assert(traces[index] != nullptr && "a trace that is not there");
+    traces[index]->state->WriteEvents(writer, index + 1);
+  }
+  Write(out, "\n]}\n");
+}
+
+TracedMeasurement::TracedMeasurement(AccumulatorHandle handle, Trace& trace)
+    : handle(handle), trace(*trace.state) {}
+
+TracedMeasurement::~TracedMeasurement() {
+  const Running last = PresentOf(handle);
+  handle.Stop();
+  if (last.idle) return;
+  trace.KeepPhase(*handle.records, last);
+  trace.KeepWhole(*handle.records, started.value_or(last.started), last);
+}
+
+void TracedMeasurement::GoOnTo(const std::string& name) {
+  const Running ended = PresentOf(handle);
+  handle.GoOnTo(name);
+  if (ended.idle) return;
+  if (!started.has_value()) started = ended.started;
+  trace.KeepPhase(*handle.records, ended);
+}
+
+}  // namespace Common::Kit
