@@ -42,7 +42,7 @@ TEST(Singleton, ASecondServiceOfATypeIsRefusedAndStaysTheCallers) {
   auto* const probe = new Probe(failureAtEnd);
   const auto owner = Access<Probe>::Create(probe);
   const auto other = std::make_unique<Probe>(failureAtOthersEnd);
-  EXPECT_EQ(FailureOf([&other] { Access<Probe>::Create(other.get()); }), DoubleInstancing);
+  EXPECT_EQ(FailureOf([&other] { (void)Access<Probe>::Create(other.get()); }), DoubleInstancing);
   EXPECT_EQ(Access<Probe>::Get(), probe);
 }
 
@@ -60,7 +60,7 @@ TEST(Singleton, WithoutMemoryForTheOwnerTheServiceStaysTheCallers) {
   std::string failureAtEnd;
   Probe probe(failureAtEnd);
   using AccessWithoutMemory = Vorn::Singleton<Probe, PtrWithoutMemory>;
-  EXPECT_THROW(AccessWithoutMemory::Create(&probe), std::bad_alloc);
+  EXPECT_THROW((void)AccessWithoutMemory::Create(&probe), std::bad_alloc);
   EXPECT_EQ(FailureOf(AccessWithoutMemory::Get), NoInstance);
 }
 

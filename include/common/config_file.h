@@ -151,6 +151,6 @@ namespace Common {
 /// store has ended; `std::filesystem::filesystem_error` for a file that is there and cannot be
 /// read, or if the system does not tell whether it is there; `std::bad_alloc`; and, without a log,
 /// `Vorn::MissingInstance` for a bad line. For one thread at a time.
-COMMON_SERVICES_EXPORT Config::SConfigFile* ManufactureConfigFile();
+[[nodiscard]] COMMON_SERVICES_EXPORT Config::SConfigFile* ManufactureConfigFile();
 
 }  // namespace Common

@@ -74,9 +74,7 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// up. Reactors run in the order of their addresses, whatever the order of their making. One that
   /// is made inside a reactor's callback fires in the same tick only if its address is the higher
   /// one; one that is made inside a delayed call fires in the next tick at the earliest.
-  [[nodiscard("a reactor lives only as long as a reference to it")]] virtual Vorn::IntrudablePtr<
-      IFrameReactor>
-  CreateReactor(std::uint64_t interval) = 0;
+  virtual Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) = 0;
 
   /// Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds
   /// gone. Returns the call's id, which is the time of the clock.
@@ -134,6 +132,6 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
 /// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
 /// utility has ended; `Vorn::MissingInstance` if a totem is in the storage already; and
 /// `std::bad_alloc`. For one thread at a time.
-COMMON_SERVICES_EXPORT SFrameUtility* ManufactureFrameUtility();
+[[nodiscard]] COMMON_SERVICES_EXPORT SFrameUtility* ManufactureFrameUtility();
 
 }  // namespace Common

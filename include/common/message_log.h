@@ -151,6 +151,6 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
 /// Throws ApplicationErrorException on every call but the first, also if that one failed or its log
 /// has ended; std::filesystem::filesystem_error for "current_path()" if the working directory
 /// cannot be read; whatever `Vorn::CreateGuid` does; and std::bad_alloc. For one thread at a time.
-COMMON_SERVICES_EXPORT SMessageLog* ManufactureMessageLog();
+[[nodiscard]] COMMON_SERVICES_EXPORT SMessageLog* ManufactureMessageLog();
 
 }  // namespace Common::Log

@@ -71,7 +71,7 @@ struct AccumulatorHandle {
 class ScopedMeasurement {
  public:
   /// Takes over the measurement that `handle` stands for, which is running already.
-  [[nodiscard]] explicit ScopedMeasurement(AccumulatorHandle handle) : handle(handle) {}
+  [[nodiscard]] explicit ScopedMeasurement(AccumulatorHandle running) : handle(running) {}
 
   /// Ends the measurement of the current record.
   ~ScopedMeasurement() { handle.Stop(); }
@@ -133,7 +133,7 @@ struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
 
 /// Makes a profiler, which the caller owns. A process may have several, each with accumulators of
 /// its own. Throws std::bad_alloc. Any thread.
-COMMON_SERVICES_EXPORT SPerformanceProfiler* ManufacturePerformanceProfiler();
+[[nodiscard]] COMMON_SERVICES_EXPORT SPerformanceProfiler* ManufacturePerformanceProfiler();
 
 namespace Detail {
 

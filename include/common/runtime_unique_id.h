@@ -60,15 +60,13 @@ struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
   /// override nothing changes.
   ///
   /// Whether ids are unique across counters is up to the caller.
-  [[nodiscard("an override lasts only as long as a reference to it")]] virtual Vorn::IntrudablePtr<
-      IScopedIdOverride>
-  OverrideCounter(std::int64_t value) = 0;
+  virtual Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) = 0;
 };
 
 /// Makes the process's one id service. The caller owns it.
 ///
 /// Throws `ApplicationErrorException` on every call but the first, also if that one failed or its
 /// service has ended; and `std::bad_alloc`. For one thread at a time.
-COMMON_SERVICES_EXPORT SRuntimeUniqueId* Manufacture();
+[[nodiscard]] COMMON_SERVICES_EXPORT SRuntimeUniqueId* Manufacture();
 
 }  // namespace Common::Unique

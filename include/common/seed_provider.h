@@ -34,6 +34,6 @@ struct VORN_LNK_SHARED_TYPE SSeedProvider {
 ///
 /// Throws ApplicationErrorException if the storage holds no clock, and on every call but the first,
 /// also if that one failed or its provider has ended; and std::bad_alloc. For one thread at a time.
-COMMON_SERVICES_EXPORT SSeedProvider* ManufactureSeedProvider();
+[[nodiscard]] COMMON_SERVICES_EXPORT SSeedProvider* ManufactureSeedProvider();
 
 }  // namespace Common

@@ -76,7 +76,7 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   ///
   /// Keep the result in a variable. One that is dropped at once waits for its whole length.
   /// `pthread_cancel` ends a thread in the middle of `Wait`, but not of a filler's wait.
-  [[nodiscard]] virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(
+  virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(
       std::uint64_t microseconds) = 0;
 
   /// Shows how exact waiting is on this machine: fills six scopes of 1000 down to 30 ms and prints
@@ -107,6 +107,6 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
 ///
 /// Throws ApplicationErrorException on every call but the first, also if that one failed or its
 /// clock has ended; and std::bad_alloc. For one thread at a time.
-COMMON_SERVICES_EXPORT STimeProvider* ManufactureTimeProvider();
+[[nodiscard]] COMMON_SERVICES_EXPORT STimeProvider* ManufactureTimeProvider();
 
 }  // namespace Common
