@@ -1,3 +1,4 @@
+#include <common/kit/game_clock.h>
 #include <common/kit/timers.h>
 
 #include <map>
@@ -123,6 +124,19 @@ TEST_F(KitTimers, CountAcrossTheWrapOfTheClockAndOverHalfItsRange) {
   EXPECT_EQ(TickAt(5), Names{"soon"});
   EXPECT_EQ(TickAt(Half - 6), Names());
   EXPECT_EQ(TickAt(Half - 5), Names{"late"});
+}
+
+TEST_F(KitTimers, FollowAGameClockAndNameItsTimes) {
+  Kit::GameClock game;
+  Timers slow(*frames, game);
+  game.SetRate(0.5);
+  slow.After(10, Note("slow"));
+  EXPECT_EQ(slow.NextDue(), 10U);
+  EXPECT_EQ(TickAt(19), Names());
+  game.Pause();
+  EXPECT_EQ(TickAt(100), Names());
+  game.Resume();
+  EXPECT_EQ(TickAt(101), Names{"slow"});
 }
 
 TEST_F(KitTimers, RunInTheOrderOfDueTimesAndOfMakingWhicheverAreCancelled) {

@@ -1,3 +1,4 @@
+#include <common/kit/game_clock.h>
 #include <common/kit/timers.h>
 #include <common/time_provider.h>
 #include <vorn_lnk/singleton>
@@ -253,6 +254,9 @@ class Timers::State {
 };
 
 Timers::Timers(SFrameUtility& frames) : state(std::make_unique<State>(frames, ReadStoredClock)) {}
+
+Timers::Timers(SFrameUtility& frames, const GameClock& clock)
+    : state(std::make_unique<State>(frames, [&clock] { return clock.Now(); })) {}
 
 Timers::~Timers() { state->DropAll(); }
 

@@ -5,13 +5,10 @@
 ///
 /// ```cpp
 /// Common::Kit::GameClock gameClock;
-/// gameClock.SetRate(0.25);  // slow motion
-/// const std::uint64_t start = gameClock.Now();
-/// Simulate();
-/// gameClock.Pause();
-/// Draw();  // however long this takes, Now() stays where it is
-/// gameClock.Resume();
-/// const bool isOver = gameClock.Now() - start >= 2'000'000;  // 8 s later
+/// Common::Kit::Timers timers(*frames, gameClock);
+/// timers.After(90'000'000, [] { CloseHarbor(); });
+/// gameClock.SetRate(0.5);  // slow motion: the harbor closes in 180 s
+/// gameClock.Pause();       // and not before the game goes on
 /// ```
 #pragma once
 

@@ -22,7 +22,10 @@
 
 namespace Common::Kit {
 
-/// One-shot and repeating timers on one reactor of interval 0, timed by the clock in the storage.
+class GameClock;
+
+/// One-shot and repeating timers on one reactor of interval 0, timed by the clock in the storage or
+/// by a game clock.
 ///
 /// A tick first settles which timers it runs: those whose time has passed by one reading of the
 /// clock, in the order of their due times, equal ones in the order of their making. Where nothing
@@ -57,6 +60,10 @@ class Timers {
   /// Makes the reactor that runs the timers. Throws what SFrameUtility::CreateReactor does.
   /// REQUIRES: `frames` outlives this object.
   explicit Timers(SFrameUtility& frames);
+
+  /// The same, timed by `clock`: these timers stand still while it is paused, and follow its rate.
+  /// REQUIRES: `frames` and `clock` outlive this object.
+  Timers(SFrameUtility& frames, const GameClock& clock);
 
   /// Drops all timers that wait, unrun. REQUIRES: not called inside a callback of a timer.
   ~Timers();
