@@ -110,7 +110,7 @@ struct Model {
       if (runsCall && index == 0) {
         call.isCancelled = true;
       } else {
-        call = {id, 0, 0, DoesNothing};
+        call = {id, 0, 0, DoesNothing, true};
       }
     }
   }
@@ -135,6 +135,12 @@ struct Model {
   }
 
   std::uint64_t ReadClock() { return std::exchange(now, now + step); }
+
+  std::size_t WaitingCalls() const {
+    const auto first = calls.begin() + (runsCall ? 1 : 0);
+    return static_cast<std::size_t>(
+        std::count_if(first, calls.end(), [](const Call& call) { return !call.isCancelled; }));
+  }
 
   std::uint64_t CallablesHeld() const {
     std::uint64_t count = 0;
@@ -214,6 +220,7 @@ class Host {
 
   void OnRun(const Event& event) {
     Check(event == model.NextEvent(), "the right callable runs with the right value");
+    CheckWaitingCalls();
     inside = model.servesCalls ? Inside::CallCallback : Inside::ReactorCallback;
     for (auto left = data->ConsumeIntegralInRange(0, 3); left > 0; --left) Operate();
     inside = Inside::Nothing;
@@ -387,7 +394,12 @@ class Host {
     }
   }
 
+  void CheckWaitingCalls() const {
+    Check(frames->WaitingCalls() == model.WaitingCalls(), "what waits is counted");
+  }
+
   void CheckBetweenTicks() const {
+    CheckWaitingCalls();
     const auto* const totem = Vorn::Singleton<SMessageTotem, std::shared_ptr>::Get();
     Check(totem->frameNumber.Read() == model.frameNumber, "the frame number counts the ticks");
     Check(totem->fourByteValue.Read().parts[0] == model.value, "the last write of a frame wins");
