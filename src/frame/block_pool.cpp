@@ -1,5 +1,6 @@
 #include "block_pool.h"
 
+#include <algorithm>
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -16,7 +17,13 @@
 namespace Common {
 namespace {
 
-constexpr std::size_t BlocksPerChunk = 128;
+// Chunks grow: those of a small game are small, and a walk over many blocks seldom changes chunk.
+constexpr std::size_t BlocksOfFirstChunk = 64;
+constexpr std::size_t MostDoublings = 6;
+
+std::size_t BlocksOfChunk(std::size_t index) {
+  return BlocksOfFirstChunk << std::min(index, MostDoublings);
+}
 
 #ifdef COMMON_SERVICES_ADDRESS_SANITIZER
 void ForbidUse(const void* bytes, std::size_t size) noexcept {
@@ -62,7 +69,7 @@ void* BlockPool::TakeUnused() {
 }
 
 void BlockPool::OpenNextChunk() {
-  const std::size_t size = BlocksPerChunk * blockSize;
+  const std::size_t size = BlocksOfChunk(chunksOpened) * blockSize;
   if (chunksOpened == chunks.size()) {
     chunks.push_back(std::unique_ptr<std::byte[]>(new std::byte[size]));
     ForbidUse(chunks.back().get(), size);
