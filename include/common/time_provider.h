@@ -76,8 +76,7 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   ///
   /// Keep the result in a variable. One that is dropped at once waits for its whole length.
   /// `pthread_cancel` ends a thread in the middle of `Wait`, but not of a filler's wait.
-  virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(
-      std::uint64_t microseconds) = 0;
+  virtual Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) = 0;
 
   /// Shows how exact waiting is on this machine: fills six scopes of 1000 down to 30 ms and prints
   /// a line to `std::cout` for each, such as `250003us : 0.250003s`. Takes about 2 s. The lines
