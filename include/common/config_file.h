@@ -11,6 +11,11 @@
 /// A default exists only as an argument of a read, which also adds the key. So the saved file lists
 /// every key that was ever asked for.
 ///
+/// The two files are read once, and the store does not remember which of them a value came from.
+/// The first save writes the values of `user.txt` into `config.txt`, where they stay when
+/// `user.txt` is gone. A line that is added to `config.txt` during a run is lost at the next save,
+/// the one at the store's end included.
+///
 /// A line of a file reads `key = value`. A key consists of letters, digits, `_`, `/` and `\`, and
 /// starts its line. The value is all that follows the first `=` and the white space behind it, up
 /// to the line's end. Every other line, a comment included, is reported as an error and dropped,

@@ -66,8 +66,9 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// last fired. An interval of 0 fires in every tick. Until `SetCallback` is called, a reactor
   /// that fires does nothing.
   ///
-  /// The result holds the only reference: without it there is no reactor. Throws `std::bad_alloc`,
-  /// and has then changed nothing. For the thread that ticks.
+  /// The result holds the only reference: without it there is no reactor, so
+  /// `frames->CreateReactor(0)->SetCallback(...)` never runs. Throws `std::bad_alloc`, and has then
+  /// changed nothing. For the thread that ticks.
   ///
   /// The first interval counts from the clock's zero, so a reactor that is made long after that
   /// fires in the very next tick. A reactor fires at most once a tick, and lost time is not made

@@ -89,7 +89,8 @@ class ScopedMeasurement {
 /// The accumulators and their report. It serves one thread at a time.
 struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
   /// Writes the report to the default path and frees the accumulators. Where `WriteReport` would
-  /// throw, nothing is written and nothing is thrown.
+  /// throw, nothing is written and nothing is thrown: without the folder `content/ut_result` the
+  /// report is lost, and nothing says so.
   ///
   /// This always replaces the file: one that `WriteReportAndClear("")` has written is left empty
   /// but for a line end, and of several profilers the last to end leaves its report. Give a report

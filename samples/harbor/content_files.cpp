@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <stdexcept>
 
 namespace Harbor {
@@ -18,6 +19,15 @@ void RequireWritable(const std::string& file) {
   if (isNew) std::filesystem::remove(file, ignored);
 }
 
+// A profiler that ends without this folder loses its report, and says nothing of it. What stands in
+// the folder's way shows when the files are tried.
+void MakeReportFolder() {
+  std::error_code ignored;
+  if (!std::filesystem::create_directory(Common::UtResultFolder, ignored)) return;
+  std::cerr << "harbor: there was no folder " << Common::UtResultFolder
+            << ", without which the report is lost; it is there now\n";
+}
+
 }  // namespace
 
 void PrepareDirectory(const std::string& directory) {
@@ -27,8 +37,7 @@ void PrepareDirectory(const std::string& directory) {
   if (!std::filesystem::is_directory(Common::ConfigFolder, failure)) {
     throw std::runtime_error("there is no folder " + Common::ConfigFolder + " in " + directory);
   }
-  // What stands in the way of the folder shows below.
-  std::filesystem::create_directory(Common::UtResultFolder, failure);
+  MakeReportFolder();
   for (const std::string& file : {SettingsFile, LogFile, ReportFile, TraceFile}) {
     RequireWritable(file);
   }

@@ -12,9 +12,10 @@ inline const std::string LogFile = "zeb_log.txt";
 inline const std::string ReportFile = Common::UtResultFolder + "/profiler_data.csv";
 inline const std::string TraceFile = Common::UtResultFolder + "/trace.json";
 
-// Makes `directory` (UTF-8) the working directory and the report's folder in it. Throws
-// std::runtime_error with a text for the user if the content is missing or one of the files cannot
-// be written: the services would go on without it, and tell at the end of the run or never.
+// Makes `directory` (UTF-8) the working directory, and the report's folder in it where that is
+// missing, with a warning. Throws std::runtime_error with a text for the user if the content is
+// missing or one of the files cannot be written: the services would go on without it, and tell at
+// the end of the run or never.
 void PrepareDirectory(const std::string& directory);
 
 }  // namespace Harbor
