@@ -9,7 +9,7 @@
 /// const std::int32_t width = reader.ReadInt("window/width", 1280, 320, 7680);
 /// const double volume = reader.ReadFloat("sound/volume", 0.8, 0.0, 1.0);
 /// const std::string quality = reader.ReadChoice("quality", "high", {"low", "high"});
-/// for (const std::string& key : reader.UnaskedKeys(settings->ReadFile("content/config/user.txt")))
+/// for (const std::string& key : reader.UnaskedKeys(settings->Entries()))  // of both files
 ///   log->LogWarning("Nobody knows the setting '" + key + "'.");
 /// ```
 #pragma once
