@@ -11,6 +11,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <locale>
@@ -18,6 +19,7 @@
 #include <sstream>
 #include <vector>
 
+#include "../src/frame/block_pool.h"
 #include "shared.h"
 
 namespace {
@@ -77,8 +79,8 @@ const std::string ReportFile = "report.csv";
 const std::locale& Classic = std::locale::classic();
 constexpr int HeaderLines = 3;
 constexpr int OperationsPerInput = 8;
-constexpr int ReactorsPerOperation = 150;  // more than come from one piece of memory
-constexpr std::size_t MostReactors = 5'000;
+constexpr int ReactorsPerOperation = 100;  // more than come from one piece of memory
+constexpr std::size_t MostReactors = 1'000;
 
 std::string ReadFile(const std::string& name) {
   return Vorn::ReadWholeFileToString(Vorn::SharedPath::NewWrapped(name));
@@ -149,6 +151,23 @@ Host& TheHost() {
   return host;
 }
 
+void Fill(BlockPool& pool) {
+  constexpr std::size_t BlockSize = 104;
+  for (int left = ReactorsPerOperation; left > 0; --left)
+    std::memset(pool.Allocate(BlockSize), left, BlockSize);
+}
+
+// A new pool each time, since the frame utility's soon has all that it needs.
+void FillNewPool() {
+  BlockPool pool;
+  try {
+    Fill(pool);
+  } catch (const std::bad_alloc&) {
+    Fill(pool);  // as if nothing had failed
+    throw;
+  }
+}
+
 void Operate(Host& host, int operation) {
   switch (operation) {
     case 0:
@@ -178,8 +197,11 @@ void Operate(Host& host, int operation) {
     case 10:
       static_cast<void>(host.ids->OverrideCounter(7));
       return;
-    default:
+    case 11:
       host.ids->MakeUniqueName(LongText);
+      return;
+    case 12:
+      return FillNewPool();
   }
 }
 
@@ -189,7 +211,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   Host& host = TheHost();
   FuzzedDataProvider data(bytes, size);
   for (int left = OperationsPerInput; left > 0 && data.remaining_bytes() > 0; --left) {
-    const int operation = data.ConsumeIntegralInRange(0, 11);
+    const int operation = data.ConsumeIntegralInRange(0, 12);
     // A host's own locale takes memory for the first number that is written under it.
     if (operation == 6) std::locale::global(std::locale(Classic, new std::numpunct<char>));
     allocationsUntilFailure = data.ConsumeIntegralInRange(0, 24);
