@@ -1,5 +1,7 @@
 // One line of 40 bytes, with its copy on a stream that discards it, and written to a file in
 // batches.
+#include <common/kit/log_tap.h>
+
 #include <boost/log/attributes/clock.hpp>
 #include <boost/log/core/core.hpp>
 #include <boost/log/expressions.hpp>
@@ -42,6 +44,27 @@ class OurLog {
  private:
   const ScopedFolder folder;
   Common::Log::SMessageLog* const log = Log::Get();
+};
+
+// The log of the process as one that a tap can own.
+struct BorrowedLog : Common::Log::SMessageLog {
+  void LogError(const std::string& text) override { log->LogError(text); }
+  void LogWarning(const std::string& text) override { log->LogWarning(text); }
+  void LogMessage(const std::string& text) override { log->LogMessage(text); }
+  void SetLogFile(const std::string& fileName) override { log->SetLogFile(fileName); }
+  void SetLiveOutput(bool on) override { log->SetLiveOutput(on); }
+  void AddSideLine(const std::string& text) override { log->AddSideLine(text); }
+  void ClearSideLines() override { log->ClearSideLines(); }
+
+  Common::Log::SMessageLog* const log = Log::Get();
+};
+
+class TappedLog : OurLog {
+ public:
+  void Write(const std::string& text) { tap.LogMessage(text); }
+
+ private:
+  Kit::LogTap tap{std::make_unique<BorrowedLog>()};
 };
 
 // Flushes as it does by default: when the C library's buffer is full.
@@ -164,10 +187,16 @@ void TimeEachLine(benchmark::State& state) {
 }
 
 template <class Logger>
+void RegisterLines(const std::string& job, int threads, const std::string& who) {
+  benchmark::RegisterBenchmark(Name(job, threads, who).c_str(), WriteLines<Logger>)
+      ->Threads(threads)
+      ->UseRealTime();
+}
+
+template <class Logger>
 void RegisterLogger(const std::string& who) {
   for (const int threads : {1, 4}) {
-    const std::string line = Name("log_line", threads, who);
-    benchmark::RegisterBenchmark(line.c_str(), WriteLines<Logger>)->Threads(threads)->UseRealTime();
+    RegisterLines<Logger>("log_line", threads, who);
     const std::string tail = Name("log_line_tail", threads, who);
     benchmark::RegisterBenchmark(tail.c_str(), TimeEachLine<Logger>)
         ->Threads(threads)
@@ -183,6 +212,10 @@ void RegisterLog() {
   RegisterLogger<OneSink>("spdlog");
   RegisterLogger<BoostLog>("boost_log");
   RegisterLogger<LogFloor>("floor");
+  for (const int threads : {1, 4}) {
+    RegisterLines<TappedLog>("tapped_line", threads, "ours");
+    RegisterLines<OurLog>("tapped_line", threads, "untapped");
+  }
 }
 
 }  // namespace Common::Bench

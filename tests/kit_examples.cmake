@@ -21,7 +21,9 @@ set(surroundings "#include <common/content_paths.h>
 #include <fstream>
 #include <thread>
 
+void Beep();
 void CloseHarbor();
+void Show(const std::string& text);
 bool WindHasDropped();
 void Simulate();
 void Draw();

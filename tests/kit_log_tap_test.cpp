@@ -1,0 +1,209 @@
+#include <common/kit/log_tap.h>
+
+#include <future>
+#include <thread>
+
+#include "support.h"
+
+namespace Common::Test {
+namespace {
+
+using Kit::LogTap;
+using Kit::StandInLog;
+using Log::LogKind;
+using Texts = std::vector<std::string>;
+
+// A log that can be out of memory, keeps the name of a guard file, and does not want messages.
+struct PoorLog : StandInLog {
+  void LogError(const std::string& text) override {
+    if (isOutOfMemory) throw std::bad_alloc();
+    StandInLog::LogError(text);
+  }
+  bool SetGuardFile(const std::string& fileName) override { return fileName == "guard"; }
+  bool Wants(LogKind kind) override { return kind != LogKind::Message; }
+
+  bool isOutOfMemory = false;
+};
+
+struct KitLogTap : testing::Test {
+  Texts LinesBehind() const {
+    Texts texts;
+    for (const StandInLog::Line& line : log.lines) texts.push_back(line.text);
+    return texts;
+  }
+  Texts LastLines(std::uint64_t after = 0) const {
+    Texts texts;
+    for (const LogTap::Line& line : tap->LastLines(after)) {
+      texts.push_back(std::to_string(line.sequence) + " " + line.text);
+    }
+    return texts;
+  }
+  auto Hear(Texts& heard) {
+    return tap->Listen([&heard](const LogTap::Line& line) { heard.push_back(line.text); });
+  }
+
+  PoorLog& log = *new PoorLog;
+  std::optional<LogTap> tap{std::in_place, std::unique_ptr<Log::SMessageLog>(&log), 3};
+};
+
+TEST_F(KitLogTap, PassesWhatIsGraveEnoughAndCountsAll) {
+  EXPECT_FALSE(tap->Wants(LogKind::Message)) << "nobody behind it does";
+  EXPECT_TRUE(tap->Wants(LogKind::Warning));
+  tap->LogMessage("m1");
+  tap->SetLowest(LogKind::Error);
+  EXPECT_FALSE(tap->Wants(LogKind::Warning));
+  EXPECT_TRUE(tap->Wants(LogKind::Error));
+  tap->LogMessage("m2");
+  tap->LogWarning("w1");
+  tap->LogError("e1");
+  tap->SetLowest(LogKind::Warning);
+  tap->LogMessage("m3");
+  tap->LogWarning("w2");
+  EXPECT_EQ(tap->Count(LogKind::Message), 3U);
+  EXPECT_EQ(tap->Count(LogKind::Warning), 2U);
+  EXPECT_EQ(tap->Count(LogKind::Error), 1U);
+  const std::vector<StandInLog::Line> behind{
+      {LogKind::Message, "m1"}, {LogKind::Error, "e1"}, {LogKind::Warning, "w2"}};
+  EXPECT_EQ(log.lines, behind);
+  EXPECT_EQ(LastLines(), (Texts{"1 m1", "2 e1", "3 w2"}));
+  EXPECT_EQ(tap->LastLines(2).front().kind, LogKind::Warning);
+}
+
+TEST_F(KitLogTap, KeepsTheLastLinesAndGivesThoseThatAreNew) {
+  for (const char* text : {"a", "b", "c", "d", "e"}) tap->LogMessage(text);
+  EXPECT_EQ(LastLines(), (Texts{"3 c", "4 d", "5 e"}));
+  EXPECT_EQ(LastLines(4), Texts{"5 e"});
+  EXPECT_EQ(LastLines(5), Texts());
+  EXPECT_EQ(LastLines(~std::uint64_t{0}), Texts());
+  LogTap none(std::make_unique<StandInLog>(), 0);
+  none.LogError("gone");
+  EXPECT_TRUE(none.LastLines().empty());
+}
+
+TEST_F(KitLogTap, PassesTheOtherOperationsOn) {
+  tap->SetLogFile("file");
+  tap->SetLiveOutput(true);
+  tap->AddSideLine("side");
+  EXPECT_EQ(tap->SideLines(), Texts{"side\n"});
+  tap->ClearSideLines();
+  EXPECT_EQ(log.sideLines, Texts());
+  EXPECT_EQ(log.logFile, "file");
+  EXPECT_TRUE(log.liveOutput);
+  EXPECT_TRUE(tap->Flush());
+  EXPECT_EQ(log.flushes, 1);
+  EXPECT_TRUE(tap->SetGuardFile("guard"));
+  EXPECT_FALSE(tap->SetGuardFile("other"));
+}
+
+TEST_F(KitLogTap, DoesNotCountWhatTheLogCouldNotTakeAndNeedsOne) {
+  Texts heard;
+  const auto listening = Hear(heard);
+  log.isOutOfMemory = true;
+  EXPECT_THROW(tap->LogError("lost"), std::bad_alloc);
+  log.isOutOfMemory = false;
+  EXPECT_EQ(tap->Count(LogKind::Error), 0U);
+  tap->LogError("first");
+  EXPECT_EQ(LastLines(), Texts{"1 first"});
+  EXPECT_EQ(heard, Texts{"first"});
+  EXPECT_THROW(LogTap(nullptr), std::invalid_argument);
+}
+
+TEST_F(KitLogTap, CallsListenersInTurnWhateverTheyThrowLogOrEnd) {
+  Texts heard;
+  const auto held = std::make_shared<int>();
+  Vorn::IntrudablePtr<Vorn::IScoped> late;
+  Vorn::IntrudablePtr<Vorn::IScoped> self;
+  Vorn::IntrudablePtr<Vorn::IScoped> next;
+  const auto thrower = tap->Listen([&](const LogTap::Line& line) {
+    tap->LogWarning("inside " + line.text);
+    if (late == nullptr) late = Hear(heard);
+    throw 1;
+  });
+  self = tap->Listen([&, held](const LogTap::Line&) {
+    self = nullptr;
+    EXPECT_EQ(held.use_count(), 2) << "a callable that runs lives until it has returned";
+    next = nullptr;
+  });
+  next = Hear(heard);
+  tap->LogMessage("a");
+  EXPECT_EQ(held.use_count(), 1);
+  tap->LogMessage("b");
+  EXPECT_EQ(heard, Texts{"b"}) << "neither the line that it was made in nor one from inside";
+  EXPECT_EQ(LastLines(1), (Texts{"2 inside a", "3 b", "4 inside b"}));
+  EXPECT_EQ(LinesBehind(), (Texts{"a", "inside a", "b", "inside b"}));
+}
+
+TEST_F(KitLogTap, EndsAListenerAfterItsCallAndLetsOthersLogMeanwhile) {
+  std::promise<void> started;
+  std::promise<void> maySleep;
+  std::atomic<bool> hasReturned = false;
+  Texts heard;
+  auto slow = tap->Listen([&](const LogTap::Line&) {
+    started.set_value();
+    maySleep.get_future().wait();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // for an end that does not wait
+    hasReturned = true;
+  });
+  const auto other = Hear(heard);
+  std::thread logger([this] { tap->LogMessage("a"); });
+  started.get_future().wait();
+  tap->LogMessage("b");
+  EXPECT_EQ(LastLines(), (Texts{"1 a", "2 b"}));
+  maySleep.set_value();
+  slow = nullptr;
+  EXPECT_TRUE(hasReturned);
+  logger.join();
+  EXPECT_EQ(heard, (Texts{"a", "b"}));
+}
+
+TEST_F(KitLogTap, LeavesWhatListensToItsHolder) {
+  const auto held = std::make_shared<int>();
+  auto listening = tap->Listen([held](const LogTap::Line&) {});
+  tap.reset();
+  EXPECT_EQ(held.use_count(), 2);
+  listening = nullptr;
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(KitLogTapThreads, NumberAndHearTheLinesInTheOrderOfTheFile) {
+  constexpr int LinesEach = 2'000;
+  Texts heard;
+  Texts kept;
+  {
+    LogTap tap(std::unique_ptr<Log::SMessageLog>(Log::ManufactureMessageLog()), 10'000);
+    const auto listening = tap.Listen([&](const LogTap::Line& line) {
+      heard.push_back(line.text);
+      if (heard.size() % 100 == 0) tap.LogWarning("inside");
+    });
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([&tap, thread] {
+        for (int line = 0; line < LinesEach; ++line) {
+          const auto shortLived = tap.Listen([](const LogTap::Line&) {});
+          tap.LogMessage(std::to_string(thread) + " " + std::to_string(line));
+          if (line % 500 == 0) tap.LastLines();
+        }
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const LogTap::Line& line : tap.LastLines()) {
+      kept.push_back(line.text);
+      ASSERT_EQ(line.sequence, kept.size());
+    }
+  }
+  constexpr std::size_t HeaderLines = 3;
+  constexpr std::size_t StampSize = 22;
+  std::istringstream file(ReadBytes("zeb_log.txt"));
+  Texts lines;
+  for (std::string line; std::getline(file, line);) {
+    lines.push_back(line.substr(line.starts_with("WARNING: ") ? StampSize + 9 : StampSize));
+  }
+  lines.erase(lines.begin(), lines.begin() + HeaderLines);
+  EXPECT_EQ(kept, lines);
+  EXPECT_EQ(heard.size(), 4U * LinesEach);
+  std::erase(kept, "inside");
+  EXPECT_EQ(heard, kept);
+}
+
+}  // namespace
+}  // namespace Common::Test
