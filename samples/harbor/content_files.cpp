@@ -38,9 +38,7 @@ void PrepareDirectory(const std::string& directory) {
     throw std::runtime_error("there is no folder " + Common::ConfigFolder + " in " + directory);
   }
   MakeReportFolder();
-  for (const std::string& file : {SettingsFile, LogFile, ReportFile, TraceFile}) {
-    RequireWritable(file);
-  }
+  for (const std::string& file : WrittenFiles) RequireWritable(file);
 }
 
 }  // namespace Harbor

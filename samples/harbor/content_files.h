@@ -2,6 +2,7 @@
 
 #include <common/content_paths.h>
 
+#include <array>
 #include <string>
 
 namespace Harbor {
@@ -11,6 +12,10 @@ inline const std::string SettingsFile = Common::ConfigFolder + "/" + Common::Con
 inline const std::string LogFile = "zeb_log.txt";
 inline const std::string ReportFile = Common::UtResultFolder + "/profiler_data.csv";
 inline const std::string TraceFile = Common::UtResultFolder + "/trace.json";
+inline const std::array WrittenFiles{SettingsFile, LogFile, ReportFile, TraceFile};
+
+// Holds the lines of the log that wait while a run is under way, and is gone at its end.
+inline const std::string GuardFile = "zeb_log.guard";
 
 // Makes `directory` (UTF-8) the working directory, and the report's folder in it where that is
 // missing, with a warning. Throws std::runtime_error with a text for the user if the content is

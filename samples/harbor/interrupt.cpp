@@ -10,8 +10,9 @@ namespace {
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a handler must not wait for a lock");
 
-void OnSignal(int signal) {
-  std::signal(signal, SIG_DFL);
+void OnSignal(int /*signal*/) {
+  std::signal(SIGINT, SIG_DFL);
+  std::signal(SIGTERM, SIG_DFL);
   interrupted = true;
 }
 

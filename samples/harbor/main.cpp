@@ -19,21 +19,23 @@ namespace {
 
 constexpr int Failed = 1;
 constexpr int Misused = 2;
-
-int Run(const Harbor::Options& options) {
-  Harbor::PrepareDirectory(options.directory);
-  Harbor::CatchInterrupts();
-  Harbor::SaveLogOnTerminate();
-  const auto begin = std::filesystem::file_time_type::clock::now();
-  const Harbor::Outcome outcome = Harbor::RunShift(options.frames);
-  Harbor::PrintSummary(std::cout, outcome);
-  Harbor::PrintFilesWrittenSince(begin, std::cout);
-  return 0;
-}
+constexpr int Incomplete = 4;  // 3 is what a crash ends with on Windows
 
 int Fail(int status, const std::string& text) {
   std::cerr << "harbor: " << text << '\n';
   return status;
+}
+
+int Run(const Harbor::Options& options) {
+  Harbor::PrepareDirectory(options.directory);
+  Harbor::CatchInterrupts();
+  Harbor::TellOfCrashes();
+  const auto begin = std::filesystem::file_time_type::clock::now();
+  const Harbor::Outcome outcome = Harbor::RunShift(options.frames);
+  Harbor::PrintSummary(std::cout, outcome);
+  Harbor::PrintFilesWrittenSince(begin, std::cout);
+  const std::string losses = Harbor::LossesSince(begin);
+  return losses.empty() ? 0 : Fail(Incomplete, losses);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "settings.h"
 
 #include <common/kit/settings_reader.h>
+#include <common/kit/settings_save.h>
 
 #include <limits>
 
@@ -42,7 +43,9 @@ Settings ReadSettings(Common::Config::SConfigFile& store, Common::Log::SMessageL
       .plugin = reader.ReadText("harbor/plugin", "weather"),
       .liveOutput = reader.ReadSwitch("harbor/live_output", true),
   };
-  store.Save();
+  if (!Common::Kit::SaveSafely(store, SettingsFile)) {
+    log.LogWarning("the settings could not be saved to " + SettingsFile);
+  }
   WarnOfUnaskedKeys(store, log, reader);
   return settings;
 }

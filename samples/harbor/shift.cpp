@@ -1,6 +1,7 @@
 #include "shift.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <utility>
 
@@ -80,7 +81,10 @@ void Shift::WriteTrace() const {
   std::ofstream file(TraceFile, std::ios::binary);
   trace.WriteJson(file);
   file.close();
-  if (!file) Log::Get()->LogWarning("the trace could not be written to " + TraceFile);
+  if (file) return;
+  Log::Get()->LogWarning("the trace could not be written to " + TraceFile);
+  std::error_code ignored;
+  std::filesystem::remove(TraceFile, ignored);  // no viewer reads a part
 }
 
 }  // namespace

@@ -27,6 +27,18 @@ void PrintPhase(std::ostream& out, const Common::Kit::Trace::Line& phase) {
       << std::setw(13) << phase.maximum << '\n';
 }
 
+bool IsWrittenSince(std::filesystem::file_time_type begin, const std::string& file) {
+  std::error_code isMissing;
+  const auto written = std::filesystem::last_write_time(file, isMissing);
+  if (isMissing || written + TimeStampStep < begin) return false;
+  return std::filesystem::file_size(file, isMissing) > 0 && !isMissing;
+}
+
+bool IsDiskFull() {
+  std::error_code isUnknown;
+  return std::filesystem::space(".", isUnknown).available == 0;
+}
+
 }  // namespace
 
 void PrintSummary(std::ostream& out, const Outcome& outcome) {
@@ -44,12 +56,19 @@ void PrintSummary(std::ostream& out, const Outcome& outcome) {
 
 void PrintFilesWrittenSince(std::filesystem::file_time_type begin, std::ostream& out) {
   out << "files written  ";
-  for (const std::string& file : {SettingsFile, LogFile, ReportFile, TraceFile}) {
-    std::error_code isMissing;
-    const auto written = std::filesystem::last_write_time(file, isMissing);
-    if (!isMissing && written + TimeStampStep >= begin) out << file << ' ';
+  for (const std::string& file : WrittenFiles) {
+    if (IsWrittenSince(begin, file)) out << file << ' ';
   }
   out << '\n';
+}
+
+std::string LossesSince(std::filesystem::file_time_type begin) {
+  std::string losses;
+  for (const std::string& file : WrittenFiles) {
+    if (!IsWrittenSince(begin, file)) losses += "could not write " + file + "; ";
+  }
+  if (IsDiskFull()) losses += "the disk is full, so files may be cut short; ";
+  return losses.substr(0, losses.rfind(';'));
 }
 
 }  // namespace Harbor
