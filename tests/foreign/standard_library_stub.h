@@ -64,6 +64,7 @@ struct atomic {
   T load(memory_order) const noexcept;
 };
 
+enum class byte : unsigned char {};
 enum class align_val_t : size_t;
 struct destroying_delete_t {};
 class type_info {
