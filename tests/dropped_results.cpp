@@ -2,6 +2,8 @@
 // Built by check_headers alone.
 #include <common/config_file.h>
 #include <common/frame_utility.h>
+#include <common/kit/stand_ins.h>
+#include <common/kit/timer_resolution.h>
 #include <common/kit/trace.h>
 #include <common/message_log.h>
 #include <common/runtime_unique_id.h>
@@ -18,6 +20,8 @@ void DropResults(Common::STimeProvider& clock, Common::SFrameUtility& frames,
   Vorn::Singleton<Common::STimeProvider, std::shared_ptr>::Create(&clock);
   Common::ScopedMeasurement{handle};
   Common::Kit::TracedMeasurement(handle, trace);
+  Common::Kit::ScopedTimerResolution();
+  Common::Kit::Stored<Common::Kit::StandInClock>();
   Common::ManufactureConfigFile();
   Common::ManufactureFrameUtility();
   Common::Log::ManufactureMessageLog();

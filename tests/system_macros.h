@@ -1,5 +1,5 @@
-// Names that the headers of Windows, X11 and others define as macros. A public header that uses one
-// of them does not compile behind this file. Built by check_headers alone.
+// Names that the headers of Windows, X11, Unix, macOS and Qt define as macros. A public header that
+// uses one of them does not compile behind this file. Built by check_headers alone.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -30,6 +30,8 @@
 #define IN %
 #define OUT %
 #define CONST %
+#define TRUE %
+#define FALSE %
 #define OPTIONAL %
 #define STRICT %
 #define OVERFLOW %
@@ -66,4 +68,13 @@
 #define check(condition) %
 #define verify(condition) %
 #define require(condition, label) %
+#define nil %
+#define major(device) %
+#define minor(device) %
+#define unix %
+#define linux %
+#define signals %
+#define slots %
+#define emit %
+#define foreach %
 #define I %

@@ -189,7 +189,7 @@ class Stored {
 
   /// Makes a stand-in and enters it. Throws Vorn::MissingInstance if the storage holds such a
   /// service already.
-  Stored() : Stored(std::make_unique<T>()) {}
+  [[nodiscard]] Stored() : Stored(std::make_unique<T>()) {}
 
   Stored(const Stored&) = delete;
   Stored& operator=(const Stored&) = delete;

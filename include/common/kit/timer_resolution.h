@@ -24,7 +24,7 @@ namespace Common::Kit {
 class [[maybe_unused]] ScopedTimerResolution {
  public:
   /// Asks for the fine timer.
-  ScopedTimerResolution() noexcept;
+  [[nodiscard]] ScopedTimerResolution() noexcept;
 
   /// Gives the fine timer back.
   ~ScopedTimerResolution();
