@@ -22,10 +22,13 @@ constexpr std::size_t LargestWrite = 1 << 30;
 
 #ifdef _WIN32
 
+constexpr int TextFlag = _O_TEXT;
+constexpr int BytesFlag = _O_BINARY;
+
 int OpenDescriptor(const wchar_t* path, int modeFlags) noexcept {
   int descriptor = -1;
-  _wsopen_s(&descriptor, path, _O_WRONLY | _O_CREAT | _O_TEXT | _O_NOINHERIT | modeFlags,
-            _SH_DENYNO, _S_IREAD | _S_IWRITE);
+  _wsopen_s(&descriptor, path, _O_WRONLY | _O_CREAT | _O_NOINHERIT | modeFlags, _SH_DENYNO,
+            _S_IREAD | _S_IWRITE);
   return descriptor;
 }
 
@@ -39,6 +42,9 @@ bool SeekEnd(int descriptor) noexcept { return _lseeki64(descriptor, 0, SEEK_END
 void CloseDescriptor(int descriptor) noexcept { _close(descriptor); }
 
 #else
+
+constexpr int TextFlag = 0;
+constexpr int BytesFlag = 0;
 
 int OpenDescriptor(const char* path, int modeFlags) noexcept {
   constexpr mode_t everybody = 0666;  // less what the process's mask takes away
@@ -58,18 +64,29 @@ void CloseDescriptor(int descriptor) noexcept { close(descriptor); }
 
 #endif
 
+int FlagsOf(OutputFile::Mode mode) noexcept {
+  switch (mode) {
+    case OutputFile::Mode::Append:
+      return O_APPEND | TextFlag;
+    case OutputFile::Mode::AppendBytes:
+      return O_APPEND | BytesFlag;
+    default:
+      return O_TRUNC | TextFlag;
+  }
+}
+
+}  // namespace
+
 bool HoldsNul(const std::filesystem::path& path) noexcept {
   return path.native().find(std::filesystem::path::value_type{}) !=
          std::filesystem::path::string_type::npos;
 }
 
-}  // namespace
-
 OutputFile::OutputFile(const std::filesystem::path& path, Mode mode,
                        std::span<char> buffer) noexcept
     : buffer(buffer), descriptor(Closed) {
   if (HoldsNul(path)) return;
-  descriptor = OpenDescriptor(path.c_str(), mode == Mode::Append ? O_APPEND : O_TRUNC);
+  descriptor = OpenDescriptor(path.c_str(), FlagsOf(mode));
   if (IsOpen() && mode == Mode::ReplaceAtEnd && !SeekEnd(descriptor)) Close();
 }
 

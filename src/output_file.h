@@ -9,6 +9,9 @@
 
 namespace Common {
 
+// Whether the path names nothing, because the system's calls would end it at its NUL.
+bool HoldsNul(const std::filesystem::path& path) noexcept;
+
 // A file that is open for writing, in text mode and without locking others out. The streams of the
 // standard library would do but for four things. They cut a file first and ask for memory then;
 // this one allocates nothing, neither to open nor to write. They try again, on closing, to write
@@ -20,6 +23,7 @@ class OutputFile final {
  public:
   enum class Mode {
     Append,
+    AppendBytes,  // as Append, but in binary mode
     Replace,
     ReplaceAtEnd,  // as Replace, but fails for a file without an end, such as a pipe
   };

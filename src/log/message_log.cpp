@@ -3,11 +3,18 @@
 #include <vorn_lnk/guid>
 #include <vorn_lnk/shared_path>
 
+#ifndef _WIN32
+#include <pthread.h>
+#endif
+
 #include <atomic>
 #include <cassert>
+#include <exception>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <mutex>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -15,6 +22,8 @@
 
 #include "../console.h"
 #include "../output_file.h"
+#include "guard_file.h"
+#include "previous_log.h"
 #include "time_stamp.h"
 
 namespace Common {
@@ -32,6 +41,42 @@ constexpr std::size_t BatchLineCount = 500;
 constexpr std::size_t FileBufferSize = 32 * 1024;
 
 std::int32_t instanceCount = 0;
+
+std::filesystem::path MakeAbsolute(const std::string& fileName) {
+  std::filesystem::path path = Vorn::PathFromUtf8(fileName);
+  if (path.is_absolute()) return path;
+  std::error_code failure;
+  const std::filesystem::path folder = std::filesystem::current_path(failure);
+  if (failure) throw std::filesystem::filesystem_error("current_path()", failure);
+  return folder / path;
+}
+
+#ifdef _WIN32
+
+bool KeepFromChildren(std::unique_ptr<GuardFile>* /*guard*/) { return true; }
+
+#else
+
+std::unique_ptr<GuardFile>* guardOfProcess = nullptr;
+
+// The child of a `fork` closes its copy of the file, and writes to the parent's no more. It frees
+// nothing, since another thread of the parent may have been at work on the guard.
+void LeaveGuardToParent() {
+  static GuardFile* left = nullptr;
+  if (guardOfProcess == nullptr || *guardOfProcess == nullptr) return;
+  left = guardOfProcess->release();
+  left->Close();
+}
+
+// From here on children made by `fork` find `guard` empty, and no other. Null ends that.
+bool KeepFromChildren(std::unique_ptr<GuardFile>* guard) {
+  guardOfProcess = guard;
+  if (guard == nullptr) return true;
+  static const bool isRegistered = pthread_atfork(nullptr, nullptr, LeaveGuardToParent) == 0;
+  return isRegistered;
+}
+
+#endif
 
 // A plain mutex that knows which thread holds it. A log call made from inside a log call is a
 // mistake of the host's and stops here, since the lock would never come.
@@ -79,6 +124,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   void ClearSideLines() override { sideLines.clear(); }
   std::vector<std::string> SideLines() override { return sideLines; }
   bool Flush() override;
+  bool SetGuardFile(const std::string& fileName) override;
 
  private:
   void MovePreviousLogAway();
@@ -87,16 +133,22 @@ class MessageLogImpl final : public Log::SMessageLog {
   void PublishLastLine() noexcept;
   void CopyToConsole(const std::string& line) noexcept;
   bool WritePendingLines() noexcept;
+  void DropPendingLines() noexcept;
+  void MarkLogFile() noexcept;
+  bool UseGuardFile(const std::filesystem::path& path);
+  void RemoveGuardFile() noexcept;
   void ReportFailedOpen() noexcept;
 
   // No lock guards these: the host keeps their operations apart from each other and from log calls.
   std::vector<std::string> sideLines;
   bool liveOutput = false;
+  PreviousLog previousLog;
 
   // Guards what stands below it, but for `logFile`, which log calls only read.
   LineMutex lineMutex;
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
+  std::unique_ptr<GuardFile> guard;       // holds the same lines
   TimeStamper timeStamper;
   char fileBuffer[FileBufferSize];
 };
@@ -105,6 +157,8 @@ class MessageLogImpl final : public Log::SMessageLog {
 // one.
 MessageLogImpl::MessageLogImpl() {
   SetLogFile(LogFileName);
+  previousLog.name = logFile.Path();
+  previousLog.archiveFolder = logFile.Path().parent_path() / ArchiveFolder;
   try {
     MovePreviousLogAway();
   } catch (const std::filesystem::filesystem_error&) {
@@ -114,7 +168,11 @@ MessageLogImpl::MessageLogImpl() {
   AddHeader();
 }
 
-MessageLogImpl::~MessageLogImpl() { WritePendingLines(); }
+MessageLogImpl::~MessageLogImpl() {
+  WritePendingLines();
+  RemoveGuardFile();
+  KeepFromChildren(nullptr);
+}
 
 void MessageLogImpl::MovePreviousLogAway() {
   if (!std::filesystem::exists(std::filesystem::path(logFile))) return;
@@ -126,7 +184,10 @@ void MessageLogImpl::MovePreviousLogAway() {
   std::filesystem::path archived(ArchiveFolder);
   archived += std::filesystem::path::preferred_separator;
   archived += Vorn::CreateGuid() + ".txt";
+  std::filesystem::path movedTo = previousLog.archiveFolder / archived.filename();
+  previousLog.mark = LookAt(logFile.Path());
   std::filesystem::rename(std::filesystem::path(logFile), archived);
+  previousLog.movedTo = std::move(movedTo);
 }
 
 void MessageLogImpl::AddHeader() {
@@ -136,14 +197,8 @@ void MessageLogImpl::AddHeader() {
 }
 
 void MessageLogImpl::SetLogFile(const std::string& fileName) {
-  std::filesystem::path path = Vorn::PathFromUtf8(fileName);
-  if (!path.is_absolute()) {
-    std::error_code failure;
-    const std::filesystem::path folder = std::filesystem::current_path(failure);
-    if (failure) throw std::filesystem::filesystem_error("current_path()", failure);
-    path = folder / path;
-  }
-  logFile.Reset(std::move(path), true);
+  logFile.Reset(MakeAbsolute(fileName), true);
+  MarkLogFile();
 }
 
 // The line's memory is allocated before the lock is taken, since other threads wait for that lock.
@@ -157,6 +212,7 @@ void MessageLogImpl::AddLine(std::string_view prefix, const std::string& text) {
   line += text;
   line += '\n';
   pendingLines.push_back(std::move(line));
+  if (guard != nullptr) guard->Add(std::span(&pendingLines.back(), 1));
   PublishLastLine();
 }
 
@@ -165,7 +221,7 @@ void MessageLogImpl::PublishLastLine() noexcept {
   CopyToConsole(pendingLines.back());
   if (pendingLines.size() < BatchLineCount) return;
   WritePendingLines();  // a file that cannot be opened loses the lines
-  pendingLines.clear();
+  DropPendingLines();
 }
 
 // One byte tells: only an error opens with the first byte of its prefix. A warning opens with that
@@ -180,7 +236,7 @@ bool MessageLogImpl::Flush() {
     const std::lock_guard lock(lineMutex);
     if (pendingLines.empty()) return true;
     if (!WritePendingLines()) return false;
-    pendingLines.clear();
+    DropPendingLines();
     return true;
   } catch (const std::system_error&) {  // no lock to be had, and a dying process needs an answer
     return false;
@@ -195,8 +251,60 @@ bool MessageLogImpl::WritePendingLines() noexcept {
     ReportFailedOpen();
     return false;
   }
+  MarkLogFile();
   for (const std::string& line : pendingLines) file.Write(line);
   return true;
+}
+
+// The guard drops the lines before it learns how long the file has become: of lines that it held
+// until then it would say that they belong behind themselves.
+void MessageLogImpl::DropPendingLines() noexcept {
+  pendingLines.clear();
+  if (guard != nullptr) guard->DropLines();
+  MarkLogFile();
+}
+
+// Tells the guard which file the lines that wait belong to, and where in it.
+void MessageLogImpl::MarkLogFile() noexcept {
+  if (guard != nullptr) guard->SetTarget(logFile.Path(), LookAt(logFile.Path()));
+}
+
+bool MessageLogImpl::SetGuardFile(const std::string& fileName) {
+  const CancellationPause pause;
+  if (fileName.empty()) {
+    RemoveGuardFile();
+    return true;
+  }
+  try {
+    return UseGuardFile(MakeAbsolute(fileName).lexically_normal());
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+bool MessageLogImpl::UseGuardFile(const std::filesystem::path& path) {
+  if (guard != nullptr && guard->Path() == path) return true;
+  if (logFile.Path().lexically_normal() == path || !KeepFromChildren(&guard)) return false;
+  std::unique_ptr<GuardFile> next = GuardFile::Open(path);
+  if (next == nullptr || !CompletePreviousLog(*next, previousLog)) return false;
+  next->DropLines();
+  next->SetTarget(logFile.Path(), LookAt(logFile.Path()));
+  next->Add(pendingLines);
+  if (!next->HoldsAll()) {
+    next->Remove();
+    return false;
+  }
+  RemoveGuardFile();
+  guard = std::move(next);
+  return true;
+}
+
+// The lines leave it first: where the file cannot be deleted, nothing must come back.
+void MessageLogImpl::RemoveGuardFile() noexcept {
+  if (guard == nullptr) return;
+  guard->DropLines();
+  guard->Remove();
+  guard = nullptr;
 }
 
 void MessageLogImpl::ReportFailedOpen() noexcept {

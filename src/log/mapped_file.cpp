@@ -1,0 +1,217 @@
+#include "mapped_file.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+#include <algorithm>
+#include <utility>
+
+#include "../output_file.h"
+
+namespace Common {
+namespace {
+
+namespace ipc = boost::interprocess;
+
+using Handle = ipc::file_handle_t;
+
+// What Boost maps. Its own class for this takes narrow names, which cannot name every file.
+struct Mappable {
+  // NOLINTBEGIN(readability-identifier-naming): the names are Boost's
+  ipc::mapping_handle_t get_mapping_handle() const {
+    return ipc::ipcdetail::mapping_handle_from_file_handle(handle);
+  }
+  ipc::mode_t get_mode() const { return ipc::read_write; }
+  // NOLINTEND(readability-identifier-naming)
+
+  Handle handle;
+};
+
+#ifdef _WIN32
+
+const Handle NoFile = INVALID_HANDLE_VALUE;
+
+bool IsRegularFile(Handle file) noexcept {
+  BY_HANDLE_FILE_INFORMATION found;
+  return GetFileType(file) == FILE_TYPE_DISK && GetFileInformationByHandle(file, &found) != 0 &&
+         (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+void CloseFile(Handle file) noexcept { CloseHandle(file); }
+
+// Others may read, so that the file can be copied or looked at.
+Handle OpenAlone(const std::filesystem::path& path) noexcept {
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                  nullptr, OPEN_ALWAYS, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (file == INVALID_HANDLE_VALUE || IsRegularFile(file)) return file;
+  CloseFile(file);
+  return NoFile;
+}
+
+std::uint64_t SizeOf(Handle file) noexcept {
+  LARGE_INTEGER size{};
+  GetFileSizeEx(file, &size);
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+OVERLAPPED At(std::uint64_t offset) noexcept {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return place;
+}
+
+bool ReadAt(Handle file, std::uint64_t offset, std::span<char> bytes) noexcept {
+  OVERLAPPED place = At(offset);
+  DWORD count = 0;
+  return ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &count, &place) != 0 &&
+         count == bytes.size();
+}
+
+bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noexcept {
+  OVERLAPPED place = At(offset);
+  DWORD count = 0;
+  return WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &count, &place) != 0 &&
+         count == bytes.size();
+}
+
+// Only what is written has a block for certain.
+bool Reserve(Handle file, std::uint64_t size) noexcept {
+  static constexpr char Zeros[64 * 1024] = {};
+  for (std::uint64_t end = SizeOf(file); end < size;) {
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(sizeof Zeros, size - end));
+    if (!WriteAt(file, end, {Zeros, count})) return false;
+    end += count;
+  }
+  return true;
+}
+
+// An open file cannot be replaced, so its name still is its own. One that another process opens in
+// between stays.
+void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
+  CloseFile(file);
+  DeleteFileW(path.c_str());
+}
+
+#else
+
+constexpr Handle NoFile = -1;
+
+bool StandsAt(const std::filesystem::path& path, Handle file) noexcept {
+  struct stat opened {
+  }, found{};
+  return fstat(file, &opened) == 0 && lstat(path.c_str(), &found) == 0 &&
+         opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
+}
+
+bool IsRegularFile(Handle file) noexcept {
+  struct stat found {};
+  return fstat(file, &found) == 0 && S_ISREG(found.st_mode);
+}
+
+void CloseFile(Handle file) noexcept { close(file); }
+
+// A lock of the open file, not of the process, so that it does not go when the host opens and
+// closes the file too. A file that its owner deletes between our opening and locking it is not the
+// one.
+Handle OpenAlone(const std::filesystem::path& path) noexcept {
+  constexpr mode_t everybody = 0666;  // less what the process's mask takes away
+  while (true) {
+    const int file =
+        open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, everybody);
+    if (file == NoFile) return NoFile;
+    const bool isOurs = IsRegularFile(file) && flock(file, LOCK_EX | LOCK_NB) == 0;
+    if (isOurs && StandsAt(path, file)) return file;
+    CloseFile(file);
+    if (!isOurs) return NoFile;
+  }
+}
+
+std::uint64_t SizeOf(Handle file) noexcept {
+  struct stat found {};
+  fstat(file, &found);
+  return static_cast<std::uint64_t>(found.st_size);
+}
+
+bool ReadAt(Handle file, std::uint64_t offset, std::span<char> bytes) noexcept {
+  return pread(file, bytes.data(), bytes.size(), static_cast<off_t>(offset)) ==
+         static_cast<ssize_t>(bytes.size());
+}
+
+// To pass the process's own limit would be a signal that ends it.
+bool MayBeSoLong(std::uint64_t size) noexcept {
+  rlimit limit{};
+  return getrlimit(RLIMIT_FSIZE, &limit) != 0 || size <= limit.rlim_cur;
+}
+
+bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noexcept {
+  return MayBeSoLong(offset + bytes.size()) &&
+         pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset)) ==
+             static_cast<ssize_t>(bytes.size());
+}
+
+bool Reserve(Handle file, std::uint64_t size) noexcept {
+  return MayBeSoLong(size) && posix_fallocate(file, 0, static_cast<off_t>(size)) == 0;
+}
+
+void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
+  if (StandsAt(path, file)) unlink(path.c_str());
+  CloseFile(file);
+}
+
+#endif
+
+}  // namespace
+
+MappedFile::MappedFile(std::filesystem::path path) noexcept
+    : path(std::move(path)), handle(HoldsNul(this->path) ? NoFile : OpenAlone(this->path)) {}
+
+MappedFile::~MappedFile() { Close(); }
+
+bool MappedFile::IsOpen() const noexcept { return handle != NoFile; }
+
+std::uint64_t MappedFile::Size() const noexcept { return SizeOf(handle); }
+
+bool MappedFile::ReadStart(std::span<char> bytes) const noexcept {
+  return ReadAt(handle, 0, bytes);
+}
+
+bool MappedFile::WriteStart(std::span<const char> bytes) noexcept {
+  return WriteAt(handle, 0, bytes);
+}
+
+bool MappedFile::ReserveAndMap(std::uint64_t size) noexcept {
+  const CancellationPause pause;
+  if (!IsOpen() || !Reserve(handle, size)) return false;
+  try {
+    ipc::mapped_region larger(Mappable{handle}, ipc::read_write, 0,
+                              static_cast<std::size_t>(std::max(size, Size())));
+    region.swap(larger);
+    return true;
+  } catch (...) {  // Boost's own failure, or no memory to tell of it
+    return false;
+  }
+}
+
+std::span<char> MappedFile::Memory() const noexcept {
+  return {static_cast<char*>(region.get_address()), region.get_size()};
+}
+
+void MappedFile::Remove() noexcept {
+  if (!IsOpen()) return;
+  region = ipc::mapped_region();
+  RemoveAndClose(path, std::exchange(handle, NoFile));
+}
+
+void MappedFile::Close() noexcept {
+  if (IsOpen()) CloseFile(std::exchange(handle, NoFile));
+}
+
+}  // namespace Common
