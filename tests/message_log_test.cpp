@@ -21,12 +21,6 @@ constexpr int HeaderLines = 3;
 constexpr int BatchLines = 500;
 const std::string FailedOpen = "Failed to open log file for writing: ";
 
-// The text with each time stamp cut down to a T.
-std::string WithoutTimes(const std::string& text) {
-  return std::regex_replace(text, std::regex(R"(\d{4}-[01]\d-[0-3]\d, [012]\d:[0-5]\d:[0-6]\d:)"),
-                            "T");
-}
-
 std::string FileText(const fs::path& path = LogName) { return WithoutTimes(ReadBytes(path)); }
 
 // What `count` lines of the text "x" are, as FileText gives them.

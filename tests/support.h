@@ -83,6 +83,12 @@ inline std::string OnDisk(const std::string& text) {
 #endif
 }
 
+// The text with each time stamp cut down to a T.
+inline std::string WithoutTimes(const std::string& text) {
+  return std::regex_replace(text, std::regex(R"(\d{4}-[01]\d-[0-3]\d, [012]\d:[0-5]\d:[0-6]\d:)"),
+                            "T");
+}
+
 // From here on numbers read 1,234,567 in the whole process.
 inline void GroupDigits() {
   struct Grouping : std::numpunct<char> {

@@ -138,7 +138,38 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// signal may interrupt any thread in the middle of a log call, or of an allocation.
   virtual bool Flush() { return true; }
 
-  /// Names a guard file for the lines that wait. A log that keeps none answers false.
+  /// Keeps the lines that wait in the file `fileName` as well, from which the next start completes
+  /// the log of a run that died, whatever ended it: `SIGKILL`, a crash, `abort`, `_exit`,
+  /// `TerminateProcess`, lack of memory. Each line whose call has returned is then found exactly
+  /// once, whole and in order. Call it right after the log is made, with the same name at every
+  /// start. The file is mapped into memory: a line costs a copy more, and no system call. A power
+  /// cut may still lose what the system has not written.
+  ///
+  /// First, the lines that a dead run has left in the file go to the end of its log in `old_logs`,
+  /// if that is the log which this start has moved there, or if part of their batch is in it
+  /// already. Else they become an archive of their own: the run died before its first batch, a
+  /// start without the guard came in between, or `SetLogFile` had named another file. That file
+  /// only gets the rest of a batch that it holds in part. Then the lines of this run are kept
+  /// there, and leave it when they are written, or dropped with a file that cannot be opened.
+  ///
+  /// An orderly end of the log deletes the file; so does an empty name, which ends the guard and
+  /// answers true. Another name moves the guard to another file, and the name in use changes
+  /// nothing and answers true. The name is UTF-8; a relative one counts from the current working
+  /// directory.
+  ///
+  /// False means that nothing has changed: a guard in use stays, and so do the lines of a dead run
+  /// where there is no place for them. The file cannot be made, is the log's own, or is held by a
+  /// living process; or it is a link, a folder, or a file that was not made as a guard by this
+  /// version, none of which is ever touched. A log that keeps no guard answers false, as this does.
+  /// A damaged guard file is begun again, without its lines.
+  ///
+  /// The file takes 256 KiB, and more while more lines wait, all of it reserved on the disk
+  /// beforehand. Where it cannot grow, it keeps the first of the lines that wait, and the later
+  /// ones have no guard until those are written. `zeb_log.txt` never loses a line by it. The child
+  /// of a `fork` has no guard.
+  ///
+  /// Throws nothing. REQUIRES: no log call, no `Flush` and no `fork` at the same time, and no use
+  /// of the file by the host.
   virtual bool SetGuardFile(const std::string& /*fileName*/) { return false; }
 
   /// Whether a line of this kind would be kept, so that a caller may spare itself the formatting of

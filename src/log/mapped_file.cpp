@@ -11,6 +11,7 @@
 #endif
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "../output_file.h"
@@ -33,6 +34,8 @@ struct Mappable {
 
   Handle handle;
 };
+
+bool WriteZeros(Handle file, std::uint64_t size) noexcept;
 
 #ifdef _WIN32
 
@@ -82,16 +85,7 @@ bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noe
          count == bytes.size();
 }
 
-// Only what is written has a block for certain.
-bool Reserve(Handle file, std::uint64_t size) noexcept {
-  static constexpr char Zeros[64 * 1024] = {};
-  for (std::uint64_t end = SizeOf(file); end < size;) {
-    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(sizeof Zeros, size - end));
-    if (!WriteAt(file, end, {Zeros, count})) return false;
-    end += count;
-  }
-  return true;
-}
+bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file, size); }
 
 // An open file cannot be replaced, so its name still is its own. One that another process opens in
 // between stays.
@@ -157,9 +151,21 @@ bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noe
              static_cast<ssize_t>(bytes.size());
 }
 
+#ifdef __APPLE__
+
+bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file, size); }
+
+#else
+
+// A file that is not new may have holes, as a copy has, so it is reserved from its start.
 bool Reserve(Handle file, std::uint64_t size) noexcept {
-  return MayBeSoLong(size) && posix_fallocate(file, 0, static_cast<off_t>(size)) == 0;
+  if (size > SizeOf(file) && !MayBeSoLong(size)) return false;
+  const int failure = posix_fallocate(file, 0, static_cast<off_t>(size));
+  const bool isUnknown = failure == EINVAL || failure == EOPNOTSUPP;  // to this file system
+  return isUnknown ? WriteZeros(file, size) : failure == 0;
 }
+
+#endif
 
 void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
   if (StandsAt(path, file)) unlink(path.c_str());
@@ -167,6 +173,17 @@ void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
 }
 
 #endif
+
+// Where no call reserves blocks, only what is written has one for certain.
+bool WriteZeros(Handle file, std::uint64_t size) noexcept {
+  static constexpr char Zeros[64 * 1024] = {};
+  for (std::uint64_t end = SizeOf(file); end < size;) {
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(sizeof Zeros, size - end));
+    if (!WriteAt(file, end, {Zeros, count})) return false;
+    end += count;
+  }
+  return true;
+}
 
 }  // namespace
 
