@@ -1,0 +1,149 @@
+#include <common/kit/settings_watcher.h>
+#include <vorn_lnk/file>
+#include <vorn_lnk/shared_path>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <utility>
+
+namespace Common::Kit {
+
+using Config::ConfigEntries;
+
+namespace {
+
+std::string WholeLinesOf(const std::string& text) { return text.substr(0, text.rfind('\n') + 1); }
+
+}  // namespace
+
+struct SettingsWatcher::State {
+  State(Config::SConfigFile& store, std::string path);
+
+  std::vector<Change> Look();
+
+ private:
+  std::optional<std::string> ReadText();
+  ConfigEntries Parse(const std::string& text) { return store.ParseContent(text, path); }
+  void See(std::string text);
+  bool StoreHoldsAll(const ConfigEntries& entries);
+  std::vector<Change> FindEdits(const ConfigEntries& entries);
+  void AddDeletions(const ConfigEntries& entries, std::vector<Change>& changes);
+  void TakeOver(const std::vector<Change>& edits);
+  void Know(std::string text, ConfigEntries entries);
+
+  Config::SConfigFile& store;
+  const std::string path;
+  std::string knownText;
+  ConfigEntries knownEntries;
+  std::optional<std::string> seenText;  // new content that waits for another look
+  ConfigEntries storeWhenSeen;          // what the store then held of the known settings
+};
+
+SettingsWatcher::State::State(Config::SConfigFile& store, std::string path)
+    : store(store), path(std::move(path)) {
+  knownText = ReadText().value_or("");
+  knownEntries = Parse(knownText);
+}
+
+// None if there is no file to read. The files of a store that are not on the disk, as those of a
+// stand-in, are asked for through the store.
+std::optional<std::string> SettingsWatcher::State::ReadText() {
+  try {
+    const auto file = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(path));
+    if (file.Exists()) return Vorn::ReadWholeFileToString(file);
+    const ConfigEntries entries = store.ReadFile(path);
+    if (!entries.empty()) return store.FormatEntries(entries);
+  } catch (const std::filesystem::filesystem_error&) {  // in somebody's hands at the moment
+  }
+  return std::nullopt;
+}
+
+void SettingsWatcher::State::See(std::string text) {
+  ConfigEntries stored;
+  for (const auto& [key, value] : knownEntries) {
+    if (const auto present = store.FindString(key)) stored.emplace(key, *present);
+  }
+  storeWhenSeen = std::move(stored);
+  seenText = std::move(text);
+}
+
+// Whether the program may have saved the file so.
+bool SettingsWatcher::State::StoreHoldsAll(const ConfigEntries& entries) {
+  for (const auto& [key, value] : entries) {
+    if (store.FindString(key) != value) return false;
+  }
+  return true;
+}
+
+std::vector<SettingsWatcher::Change> SettingsWatcher::State::FindEdits(
+    const ConfigEntries& entries) {
+  std::vector<Change> edits;
+  for (const auto& [key, value] : entries) {
+    const auto known = knownEntries.find(key);
+    if (known != knownEntries.end() && known->second == value) continue;
+    const std::optional<std::string> stored = store.FindString(key);
+    const auto whenSeen = storeWhenSeen.find(key);
+    const bool isOlder = whenSeen != storeWhenSeen.end() && stored != whenSeen->second;
+    if (stored != value && !isOlder) edits.push_back({key, stored.value_or(""), value});
+  }
+  return edits;
+}
+
+// A setting that the program has removed, and saved so, is no deletion.
+void SettingsWatcher::State::AddDeletions(const ConfigEntries& entries,
+                                          std::vector<Change>& changes) {
+  for (const auto& [key, value] : knownEntries) {
+    if (entries.contains(key)) continue;
+    const std::optional<std::string> stored = store.FindString(key);
+    if (stored.has_value()) changes.push_back({key, *stored, ""});
+  }
+  std::sort(changes.begin(), changes.end(),
+            [](const Change& one, const Change& other) { return one.key < other.key; });
+}
+
+void SettingsWatcher::State::TakeOver(const std::vector<Change>& edits) {
+  for (const Change& edit : edits) store.SetString(edit.key, edit.after);
+}
+
+void SettingsWatcher::State::Know(std::string text, ConfigEntries entries) {
+  knownText = std::move(text);
+  knownEntries = std::move(entries);
+  seenText.reset();
+}
+
+std::vector<SettingsWatcher::Change> SettingsWatcher::State::Look() {
+  std::optional<std::string> text = ReadText();
+  const bool isAsKnown = !seenText.has_value() && text == knownText;
+  if (!text.has_value() || isAsKnown) return {};
+  if (!seenText.has_value()) {
+    See(std::move(*text));
+    return {};
+  }
+  ConfigEntries entries = Parse(*text);
+  if (text == seenText) {
+    std::vector<Change> changes = FindEdits(entries);
+    TakeOver(changes);
+    AddDeletions(entries, changes);
+    Know(std::move(*text), std::move(entries));
+    return changes;
+  }
+  if (!StoreHoldsAll(entries)) {  // the editor is still writing
+    See(std::move(*text));
+    return {};
+  }
+  // The program has saved over what was seen, whose last line may have been half-written.
+  const std::vector<Change> edits = FindEdits(Parse(WholeLinesOf(*seenText)));
+  TakeOver(edits);
+  Know(std::move(*text), std::move(entries));
+  return edits;
+}
+
+SettingsWatcher::SettingsWatcher(Config::SConfigFile& store, std::string path)
+    : state(std::make_unique<State>(store, std::move(path))) {}
+
+SettingsWatcher::~SettingsWatcher() = default;
+
+std::vector<SettingsWatcher::Change> SettingsWatcher::Poll() { return state->Look(); }
+
+}  // namespace Common::Kit
