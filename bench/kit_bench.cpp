@@ -265,19 +265,59 @@ void RegisterPosts(const std::string& who, MakePosts makePosts) {
 
 // ---- The trace.
 
-const std::string FrameName = "traced_frame";
+// What each use of a trace opens next of so many accumulators.
+class Accumulators {
+ public:
+  Accumulators(SPerformanceProfiler* profiler, int count) : profiler(profiler) {
+    for (int index = 0; index < count; ++index)
+      names.push_back("traced_frame_" + std::to_string(index));
+  }
+
+  AccumulatorHandle OpenNext() {
+    next = next + 1 < names.size() ? next + 1 : 0;
+    return profiler->OpenAccumulator(names[next]);
+  }
+
+ private:
+  SPerformanceProfiler* const profiler;
+  std::vector<std::string> names;
+  std::size_t next = 0;
+};
+
 const std::string SimulationName = "simulation";
 
 // One measurement of two records, with the trace and without.
-void RegisterTrace(SPerformanceProfiler* profiler) {
+void RegisterTrace(SPerformanceProfiler* profiler, int accumulatorCount) {
   const auto trace = std::make_shared<Trace>(10'000);
-  RegisterJob("traced_records/2/ours", [=] {
-    TracedMeasurement measurement(profiler->OpenAccumulator(FrameName), *trace);
+  const auto accumulators = std::make_shared<Accumulators>(profiler, accumulatorCount);
+  RegisterJob(Name("traced_records", accumulatorCount, "ours"), [=] {
+    TracedMeasurement measurement(accumulators->OpenNext(), *trace);
     measurement.GoOnTo(SimulationName);
   });
-  RegisterJob("traced_records/2/untraced", [=] {
-    ScopedMeasurement measurement(profiler->OpenAccumulator(FrameName));
+  RegisterJob(Name("traced_records", accumulatorCount, "untraced"), [=] {
+    ScopedMeasurement measurement(accumulators->OpenNext());
     measurement.GoOnTo(SimulationName);
+  });
+}
+
+// Adds up what the measurements of a full ring took.
+void RegisterReading(SPerformanceProfiler* profiler) {
+  constexpr std::size_t Count = 2'500;
+  const auto trace = std::make_shared<Trace>(Count);
+  for (std::size_t index = 0; index < Count; ++index)
+    TracedMeasurement(profiler->OpenAccumulator(SimulationName), *trace);
+  RegisterJob(Name("trace_for_each", Count, "ours"), [=] {
+    std::uint64_t sum = 0;
+    trace->ForEach([&sum](const Trace::Measurement& measured) { sum += measured.duration; });
+    benchmark::DoNotOptimize(sum);
+  });
+  const std::vector<Trace::Measurement> measurements(Count);
+  RegisterJob(Name("trace_for_each", Count, "floor"), [=] {
+    std::uint64_t sum = 0;
+    const std::function<void(const Trace::Measurement&)> use =
+        [&sum](const Trace::Measurement& measured) { sum += measured.duration; };
+    for (const Trace::Measurement& measured : measurements) use(measured);
+    benchmark::DoNotOptimize(sum);
   });
 }
 
@@ -291,7 +331,8 @@ void RegisterKit(const Plan& plan) {
   RegisterPosts("ours", [=] { return std::make_unique<OurPosts>(frames); });
   RegisterPosts("asio_post", [] { return std::make_unique<AsioPosts>(); });
   RegisterPosts("uv_async", [] { return std::make_unique<UvPosts>(); });
-  RegisterTrace(plan.services.profiler.get());
+  for (const int accumulators : {1, 200}) RegisterTrace(plan.services.profiler.get(), accumulators);
+  RegisterReading(plan.services.profiler.get());
 }
 
 }  // namespace Common::Bench

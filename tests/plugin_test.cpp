@@ -1,3 +1,4 @@
+#include <common/frame_utility.h>
 #include <common/performance_profiler.h>
 
 #include <dlfcn.h>
@@ -6,20 +7,21 @@
 
 namespace Common::Test {
 
-using LoadModels = std::uint64_t(SPerformanceProfiler*);
+using LoadModels = std::uint64_t(SFrameUtility*, SPerformanceProfiler*);
 
-static bool IsLoaded() { return dlopen(TEST_PLUGIN, RTLD_NOW | RTLD_NOLOAD) != nullptr; }
-
-TEST(Plugin, OfDefaultFlagsReachesTheServicesAndIsGoneOnceItIsUnloaded) {
+TEST(Plugin, OfDefaultFlagsUsesServicesAndKitAndIsGoneOnceItIsUnloaded) {
   StoredClock clock;
-  clock->now = 42;
+  clock->now = 39;
+  const std::unique_ptr<SFrameUtility> frames(ManufactureFrameUtility());
   const std::unique_ptr<SPerformanceProfiler> profiler(ManufacturePerformanceProfiler());
-  void* const plugin = dlopen(TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(plugin, nullptr) << dlerror();
-  auto* const loadModels = reinterpret_cast<LoadModels*>(dlsym(plugin, "LoadModels"));
-  EXPECT_EQ(loadModels(profiler.get()), 42U);
-  dlclose(plugin);
-  EXPECT_FALSE(IsLoaded());
+  for (const char* path : {TEST_PLUGIN_O0, TEST_PLUGIN_O2}) {
+    void* const plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(plugin, nullptr) << dlerror();
+    auto* const loadModels = reinterpret_cast<LoadModels*>(dlsym(plugin, "LoadModels"));
+    EXPECT_EQ(loadModels(frames.get(), profiler.get()), 42U);
+    dlclose(plugin);
+    EXPECT_EQ(dlopen(path, RTLD_NOW | RTLD_NOLOAD), nullptr) << path << " stays loaded";
+  }
 }
 
 }  // namespace Common::Test
