@@ -22,8 +22,8 @@
 
 namespace Common::Bench {
 
-using Clock = Vorn::Singleton<STimeProvider, std::shared_ptr>;
-using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
+using Clock = Vorn::Service<STimeProvider>;
+using Log = Vorn::Service<Common::Log::SMessageLog>;
 
 // The services of this process, with live output on.
 struct Services {

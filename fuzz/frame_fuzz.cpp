@@ -377,7 +377,7 @@ class Host {
   }
 
   void WriteTotem() {
-    auto* const totem = Vorn::Singleton<SMessageTotem, std::shared_ptr>::Get();
+    auto* const totem = Vorn::Service<SMessageTotem>::Get();
     model.nextValue = data->ConsumeIntegral<std::uint8_t>();
     totem->fourByteValue.Write({{*model.nextValue, 1}});
     totem->fourByteValuePrevious.Write({{*model.nextValue, 2}});  // both without effect
@@ -400,7 +400,7 @@ class Host {
 
   void CheckBetweenTicks() const {
     CheckWaitingCalls();
-    const auto* const totem = Vorn::Singleton<SMessageTotem, std::shared_ptr>::Get();
+    const auto* const totem = Vorn::Service<SMessageTotem>::Get();
     Check(totem->frameNumber.Read() == model.frameNumber, "the frame number counts the ticks");
     Check(totem->fourByteValue.Read().parts[0] == model.value, "the last write of a frame wins");
     Check(totem->fourByteValuePrevious.Read().parts[0] == model.previousValue,

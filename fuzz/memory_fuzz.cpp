@@ -102,7 +102,7 @@ struct Folder {
 };
 
 struct Host {
-  using LogOwner = std::shared_ptr<Vorn::Singleton<Log::SMessageLog, std::shared_ptr>>;
+  using LogOwner = std::shared_ptr<Vorn::Service<Log::SMessageLog>>;
 
   Host() {
     std::cout.setstate(std::ios::badbit);  // the copies of the lines are for nobody

@@ -17,7 +17,7 @@ void DropResults(Common::STimeProvider& clock, Common::SFrameUtility& frames,
   clock.MakePeriodic(Common::PeriodicKind::Sine, 1'000, 0.5F);
   frames.CreateReactor(0);
   ids.OverrideCounter(1);
-  Vorn::Singleton<Common::STimeProvider, std::shared_ptr>::Create(&clock);
+  Vorn::Service<Common::STimeProvider>::Create(&clock);
   Common::ScopedMeasurement{handle};
   Common::Kit::TracedMeasurement(handle, trace);
   Common::Kit::ScopedTimerResolution();

@@ -21,7 +21,7 @@ template <class T>
 struct Stored {
   explicit Stored(T* made) : service(made), owner(Access::Create(made)) {}
 
-  using Access = Vorn::Singleton<T, std::shared_ptr>;
+  using Access = Vorn::Service<T>;
   T* const service;
   const std::shared_ptr<Access> owner;
 };

@@ -1,6 +1,6 @@
-// A module that a host loads at run time: built with default flags, it includes every public header,
-// holds all of the kit, and uses what would keep it in the process if it were shared with other
-// modules.
+// A module that a host loads at run time: built with default flags, it includes every public
+// header, holds all of the kit, and uses what would keep it in the process if it were shared with
+// other modules.
 #include <sstream>
 
 #include "all_headers.h"
@@ -29,5 +29,5 @@ extern "C" std::uint64_t LoadModels(SFrameUtility* frames, SPerformanceProfiler*
   std::uint64_t loaded = 0;
   calls.Post([&] { timers.After(0, [&] { loaded = trace.Summarize().size(); }); });
   for (int tick = 0; tick < 2; ++tick) frames->Tick();
-  return loaded + Vorn::Singleton<STimeProvider, std::shared_ptr>::Get()->Now();
+  return loaded + Vorn::Service<STimeProvider>::Get()->Now();
 }

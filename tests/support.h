@@ -16,7 +16,7 @@
 namespace Common::Test {
 
 template <class T>
-using Access = Vorn::Singleton<T, std::shared_ptr>;
+using Access = Vorn::Service<T>;
 
 using StoredClock = Kit::Stored<Kit::StandInClock>;
 using StoredLog = Kit::Stored<Kit::StandInLog>;

@@ -6,7 +6,7 @@
 /// time.
 ///
 /// ```cpp
-/// using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
+/// using Log = Vorn::Service<Common::Log::SMessageLog>;
 /// const auto owner = Log::Create(Common::Log::ManufactureMessageLog());
 /// auto* log = Log::Get();
 /// log->SetLiveOutput(true);

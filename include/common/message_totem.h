@@ -3,7 +3,7 @@
 /// in the next, by everyone alike. It is in the storage while a frame utility lives.
 ///
 /// ```cpp
-/// auto* totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>::Get();
+/// auto* totem = Vorn::Service<Common::SMessageTotem>::Get();
 /// totem->byteOne.Write(1);  // read as 1 from the next tick on
 /// ```
 ///

@@ -4,7 +4,7 @@
 /// manufacture: the frame utility, the seed provider and the signals look for it there.
 ///
 /// ```cpp
-/// using Clock = Vorn::Singleton<Common::STimeProvider, std::shared_ptr>;
+/// using Clock = Vorn::Service<Common::STimeProvider>;
 /// const auto owner = Clock::Create(Common::ManufactureTimeProvider());
 /// const auto frame = Clock::Get()->MakeTimeFiller(16'667);  // this scope lasts a frame of 60 Hz
 /// ```

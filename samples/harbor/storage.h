@@ -11,8 +11,8 @@
 
 namespace Harbor {
 
-using Clock = Vorn::Singleton<Common::STimeProvider, std::shared_ptr>;
-using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
-using Totem = Vorn::Singleton<Common::SMessageTotem, std::shared_ptr>;
+using Clock = Vorn::Service<Common::STimeProvider>;
+using Log = Vorn::Service<Common::Log::SMessageLog>;
+using Totem = Vorn::Service<Common::SMessageTotem>;
 
 }  // namespace Harbor

@@ -16,7 +16,7 @@ namespace {
 
 using Config::ConfigEntries;
 
-const Vorn::Singleton<Log::SMessageLog, std::shared_ptr> messageLog;
+const Vorn::Service<Log::SMessageLog> messageLog;
 
 std::int32_t instanceCount = 0;
 

@@ -10,7 +10,7 @@
 namespace Common {
 namespace {
 
-const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+const Vorn::Service<STimeProvider> timeProvider;
 
 void DoNothing(std::uint64_t /*frameNumber*/) {}
 

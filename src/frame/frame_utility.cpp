@@ -13,9 +13,9 @@
 namespace Common {
 namespace {
 
-using TotemAccess = Vorn::Singleton<SMessageTotem, std::shared_ptr>;
+using TotemAccess = Vorn::Service<SMessageTotem>;
 
-const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+const Vorn::Service<STimeProvider> timeProvider;
 
 // A cancelled call takes over all of this but the stamp. A utility has a share of it, since a host
 // may end its utility after the constants of this library.

@@ -71,7 +71,7 @@ class FrameUtilityImpl final : public SFrameUtility {
 
   BlockPool memory;
   ReactorList reactors;
-  std::shared_ptr<Vorn::Singleton<SMessageTotem, std::shared_ptr>> totem;
+  std::shared_ptr<Vorn::Service<SMessageTotem>> totem;
   const std::shared_ptr<const DelayedCall> emptyCall;
   Calls delayedCalls;
   std::uint64_t callsServed = 0;   // which is also the sequence number of the front

@@ -10,7 +10,7 @@ namespace {
 // What a signed difference of two readings holds, and the longest time that the clock waits for.
 constexpr std::uint64_t LongestTime = std::numeric_limits<std::int64_t>::max();
 
-STimeProvider& CurrentClock() { return *Vorn::Singleton<STimeProvider, std::shared_ptr>::Get(); }
+STimeProvider& CurrentClock() { return *Vorn::Service<STimeProvider>::Get(); }
 
 std::uint64_t RequireLength(std::uint64_t interval) {
   if (interval == 0) throw std::invalid_argument("The interval of a frame pacer is 0");

@@ -14,7 +14,7 @@ constexpr std::uint64_t LongestStep = std::numeric_limits<std::int64_t>::max();
 constexpr std::uint64_t LongestStretch = 3'600'000'000;  // a double holds it to 2^-21 us
 constexpr double TimesThereAre = 0x1p64;
 
-std::uint64_t ReadClock() { return Vorn::Singleton<STimeProvider, std::shared_ptr>::Get()->Now(); }
+std::uint64_t ReadClock() { return Vorn::Service<STimeProvider>::Get()->Now(); }
 
 // A time of the game, of which `part` is what there is of the next microsecond.
 struct GameTime {

@@ -28,7 +28,7 @@ class Filler : public Vorn::IScoped {
 };
 
 void ReportError(const std::string& message) {
-  Vorn::Singleton<Log::SMessageLog, std::shared_ptr>::Get()->LogError(message);
+  Vorn::Service<Log::SMessageLog>::Get()->LogError(message);
 }
 
 }  // namespace

@@ -50,9 +50,7 @@ std::uint64_t NextTime(std::uint64_t due, std::uint64_t interval, std::uint64_t 
   return AddWithinRange(now - late % interval, interval);
 }
 
-std::uint64_t ReadStoredClock() {
-  return Vorn::Singleton<STimeProvider, std::shared_ptr>::Get()->Now();
-}
+std::uint64_t ReadStoredClock() { return Vorn::Service<STimeProvider>::Get()->Now(); }
 
 }  // namespace
 

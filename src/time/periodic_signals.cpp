@@ -7,7 +7,7 @@ namespace {
 
 constexpr float FullTurn = 6.2831855F;
 
-const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+const Vorn::Service<STimeProvider> timeProvider;
 
 // A period of a clock.
 class Cycle {

@@ -9,7 +9,7 @@ constexpr int BitsPerStep = 16;
 constexpr int StepsPerNumber = 2;
 constexpr int StepsAtManufacture = 4;
 
-const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+const Vorn::Service<STimeProvider> timeProvider;
 
 std::int32_t instanceCount = 0;
 

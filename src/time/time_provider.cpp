@@ -69,7 +69,7 @@ class ScopedTimeFiller : public Vorn::IScoped {
 
 // How long a filler takes that is released at once. Each step asks the storage anew.
 std::uint64_t FillScope(std::uint64_t microseconds) {
-  const Vorn::Singleton<STimeProvider, std::shared_ptr> timeProvider;
+  const Vorn::Service<STimeProvider> timeProvider;
   const std::uint64_t before = timeProvider.Get()->Now();
   { const auto filler = timeProvider.Get()->MakeTimeFiller(microseconds); }
   return timeProvider.Get()->Now() - before;

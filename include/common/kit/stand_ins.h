@@ -185,7 +185,7 @@ template <class T>
 class Stored {
  public:
   /// The way to the service that the stand-in stands for.
-  using Access = Vorn::Singleton<typename T::Service, std::shared_ptr>;
+  using Access = Vorn::Service<typename T::Service>;
 
   /// Makes a stand-in and enters it. Throws Vorn::MissingInstance if the storage holds such a
   /// service already.

@@ -5,7 +5,7 @@
 ///
 /// ```cpp
 /// const Common::Kit::ScopedTimerResolution fineTimer;
-/// const auto clock = Vorn::Singleton<Common::STimeProvider, std::shared_ptr>::Create(
+/// const auto clock = Vorn::Service<Common::STimeProvider>::Create(
 ///     Common::ManufactureTimeProvider());
 /// ```
 #pragma once
