@@ -29,17 +29,6 @@ struct Entry {
   const Name* name = nullptr;
 };
 
-// The names of one accumulator. After the profiler has freed its records they may be made again in
-// another order, so those by position are compared at each use.
-struct Accumulator {
-  explicit Accumulator(std::string ownName) : name(std::move(ownName)) {}
-
-  const std::string name;
-  const Name* whole = nullptr;
-  std::vector<const Name*> phases;
-  std::vector<const Name*> phasesByPosition;
-};
-
 Trace::Line MakeLine(const std::string& name, std::vector<std::uint64_t>& durations) {
   std::sort(durations.begin(), durations.end());
   const std::size_t count = durations.size();
@@ -90,20 +79,33 @@ Running PresentOf(const AccumulatorHandle& handle) {
 
 }  // namespace
 
+// The names of one accumulator. After the profiler has freed its records they may be made again in
+// another order, so those by position are compared at each use.
+struct Trace::Accumulator {
+  explicit Accumulator(std::string ownName) : name(std::move(ownName)) {}
+
+  const std::string name;
+  const Name* whole = nullptr;
+  std::vector<const Name*> phases;
+  std::vector<const Name*> phasesByPosition;
+};
+
 class Trace::State {
  public:
   State(std::size_t capacity, std::string threadName)
       : ring(capacity), threadName(std::move(threadName)) {}
 
-  void KeepPhase(const Records& records, const Running& ended) noexcept {
+  void KeepPhase(Whole& whole, const Records& records, const Running& ended) noexcept {
     Keep(ended.started, ended.Duration(records), [&] {
-      return FindPhase(FindAccumulator(records), ended.position, records[ended.position].name);
+      if (whole.accumulator == nullptr) whole = {&FindAccumulator(records), ended.started};
+      return FindPhase(*whole.accumulator, ended.position, records[ended.position].name);
     });
   }
 
-  void KeepWhole(const Records& records, std::uint64_t started, const Running& last) noexcept {
-    const std::uint64_t duration = last.started + last.Duration(records) - started;
-    Keep(started, duration, [&] { return FindWhole(FindAccumulator(records)); });
+  void KeepWhole(const Whole& whole, const Records& records, const Running& last) noexcept {
+    if (whole.accumulator == nullptr) return;
+    const std::uint64_t duration = last.started + last.Duration(records) - whole.started;
+    Keep(whole.started, duration, [&] { return FindWhole(*whole.accumulator); });
   }
 
   // Calls `use` with each entry, the oldest first.
@@ -241,16 +243,14 @@ TracedMeasurement::~TracedMeasurement() {
   const Running last = PresentOf(handle);
   handle.Stop();
   if (last.idle) return;
-  trace.KeepPhase(*handle.records, last);
-  trace.KeepWhole(*handle.records, started.value_or(last.started), last);
+  trace.KeepPhase(whole, *handle.records, last);
+  trace.KeepWhole(whole, *handle.records, last);
 }
 
 void TracedMeasurement::GoOnTo(const std::string& name) {
   const Running ended = PresentOf(handle);
   handle.GoOnTo(name);
-  if (ended.idle) return;
-  if (!started.has_value()) started = ended.started;
-  trace.KeepPhase(*handle.records, ended);
+  if (!ended.idle) trace.KeepPhase(whole, *handle.records, ended);
 }
 
 }  // namespace Common::Kit

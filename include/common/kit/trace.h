@@ -24,7 +24,6 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -99,7 +98,14 @@ class Trace {
 
  private:
   friend class TracedMeasurement;
+  struct Accumulator;
   class State;
+
+  // The whole of a measurement, known once its first phase has ended.
+  struct Whole {
+    Accumulator* accumulator = nullptr;
+    std::uint64_t started = 0;
+  };
 
   std::unique_ptr<State> state;
 };
@@ -127,7 +133,7 @@ class TracedMeasurement {
  private:
   AccumulatorHandle handle;
   Trace::State& trace;
-  std::optional<std::uint64_t> started;  // once a phase has ended
+  Trace::Whole whole;
 };
 
 }  // namespace Common::Kit
