@@ -4,7 +4,7 @@
 ///
 /// ```cpp
 /// Common::Kit::PrepareFolders("saved/harbor");  // before any service is made
-/// const auto logOwner = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>::Create(
+/// const auto logOwner = Vorn::Service<Common::Log::SMessageLog>::Create(
 ///     Common::Log::ManufactureMessageLog());  // writes saved/harbor/zeb_log.txt
 /// ```
 #pragma once

@@ -4,7 +4,7 @@
 /// ones for a console in the game, and tell listeners of each.
 ///
 /// ```cpp
-/// using Log = Vorn::Singleton<Common::Log::SMessageLog, std::shared_ptr>;
+/// using Log = Vorn::Service<Common::Log::SMessageLog>;
 /// auto* tap = new Common::Kit::LogTap(
 ///     std::unique_ptr<Common::Log::SMessageLog>(Common::Log::ManufactureMessageLog()));
 /// const auto owner = Log::Create(tap);
