@@ -7,7 +7,8 @@ install(TARGETS vorn_lnk common_services common_services_kit EXPORT CommonServic
         RUNTIME COMPONENT common-services
         LIBRARY COMPONENT common-services NAMELINK_COMPONENT common-services-dev
         ARCHIVE COMPONENT common-services-dev
-        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT common-services-dev)
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT common-services-dev
+        FILE_SET log_format DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT common-services-dev)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/CommonServices)
 install(EXPORT CommonServicesTargets NAMESPACE CommonServices:: DESTINATION ${package_folder}

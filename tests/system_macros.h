@@ -15,6 +15,9 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+#if __has_include(<fmt/core.h>)  // which does not compile behind them
+#include <fmt/core.h>
+#endif
 
 #define min(left, right) %
 #define max(left, right) %

@@ -59,7 +59,7 @@ may_use_sudo() {
   command -v sudo >/dev/null && { sudo -n true 2>/dev/null || [ -t 0 ]; }
 }
 
-build_packages=(g++ cmake ninja-build libboost-dev libfast-float-dev nlohmann-json3-dev)
+build_packages=(g++ cmake ninja-build libboost-dev libfast-float-dev nlohmann-json3-dev libfmt-dev)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
 # Prints the command, which distributions keep in different places.

@@ -1,0 +1,72 @@
+/// @file
+/// Log lines with values in them. The text is checked against the values when it is compiled, and
+/// nothing is formatted for a kind of line that nobody wants.
+///
+/// ```cpp
+/// const std::string name = "Plover";
+/// const std::uint64_t time = 1'200;
+/// Common::Kit::LogWarning(*log, "ship {} waits {} us", name, time);
+/// ```
+///
+/// Formats with std::format where the standard library has it. Elsewhere this header, and no other
+/// of the kit, asks the host for {fmt}, as a library that is linked: `fmt::fmt` in CMake. Compiled
+/// in as headers alone, it would keep a plugin loaded.
+#pragma once
+
+#include <common/message_log.h>
+
+#include <utility>
+#include <version>
+
+#if defined(__cpp_lib_format)
+#include <format>
+#elif defined(FMT_HEADER_ONLY)
+#error "log_format.h takes {fmt} as a library. Link fmt::fmt in place of fmt::fmt-header-only."
+#elif __has_include(<fmt/core.h>)
+#include <fmt/core.h>
+#else
+#error "log_format.h takes std::format, which this standard library lacks, or {fmt}, not found."
+#endif
+
+namespace Common::Kit {
+
+namespace Detail {
+#if defined(__cpp_lib_format)
+namespace Formatting = std;
+#else
+namespace Formatting = fmt;
+#endif
+}  // namespace Detail
+
+/// Logs an error whose text is `text` with `args` in it, in the form of std::format. A text that
+/// does not fit its values does not compile; one that is known at run time alone goes to
+/// `log.LogError` as it is.
+///
+/// If the log does not want errors, which it is asked first, the call does nothing: the line is not
+/// formatted and a tap does not count it.
+///
+/// Throws what the log's own operation throws, and what the formatting of a value does. Any thread.
+template <class... Args>
+void LogError(Log::SMessageLog& log, Detail::Formatting::format_string<Args...> text,
+              Args&&... args) {
+  if (!log.Wants(Log::LogKind::Error)) return;
+  log.LogError(Detail::Formatting::format(text, std::forward<Args>(args)...));
+}
+
+/// As LogError, for a warning.
+template <class... Args>
+void LogWarning(Log::SMessageLog& log, Detail::Formatting::format_string<Args...> text,
+                Args&&... args) {
+  if (!log.Wants(Log::LogKind::Warning)) return;
+  log.LogWarning(Detail::Formatting::format(text, std::forward<Args>(args)...));
+}
+
+/// As LogError, for a message.
+template <class... Args>
+void LogMessage(Log::SMessageLog& log, Detail::Formatting::format_string<Args...> text,
+                Args&&... args) {
+  if (!log.Wants(Log::LogKind::Message)) return;
+  log.LogMessage(Detail::Formatting::format(text, std::forward<Args>(args)...));
+}
+
+}  // namespace Common::Kit
