@@ -180,7 +180,9 @@ class Trace::State {
     std::vector<const Name*>& byPosition = accumulator.phasesByPosition;
     if (position >= byPosition.size()) byPosition.resize(position + 1);
     const Name*& known = byPosition[position];
-    if (known == nullptr || known->record != record) known = FindOrMakePhase(accumulator, record);
+    // The first record bears the accumulator's name, which was compared already.
+    const bool isKnown = known != nullptr && (position == 0 || known->record == record);
+    if (!isKnown) known = FindOrMakePhase(accumulator, record);
     return known;
   }
 

@@ -118,9 +118,10 @@ struct StandInLog : Log::SMessageLog {
   Kind lowest = Kind::Message;         ///< the lowest kind that Wants answers true for
 };
 
-/// A settings store whose files lie in memory, in `files`. Grammar and numbers are the service's.
-/// Problems are reported as the service reports them, to the log in the storage; without a log they
-/// are thrown as Vorn::MissingInstance.
+/// A settings store whose files lie in memory, in `files`. Its operations do with them what those
+/// of the service do with files on disk, by the service's own grammar and numbers. Problems are
+/// reported as the service reports them, to the log in the storage; without a log they are thrown
+/// as Vorn::MissingInstance.
 ///
 /// What it does not do: it loads nothing when it is made and saves nothing when it ends; every file
 /// can be read and written; paths are compared byte for byte. For one thread.
@@ -129,49 +130,20 @@ struct StandInSettings : Config::SConfigFile {
   /// may.
   using Service = Config::SConfigFile;
 
-  /// As the service.
   Config::ConfigEntries ParseContent(const std::string& content, const std::string& name) override;
-
-  /// The entries of the text in `files`, none if it holds no such path.
   Config::ConfigEntries ReadFile(Vorn::SharedPath path) override;
-
-  /// The entries of the text in `files`, none if it holds no such path.
   Config::ConfigEntries ReadFile(const std::string& path) override;
-
-  /// As the service: makes `path` the target of Save, and lays its entries over those of the store.
   bool Load(const std::string& path) override;
-
-  /// Puts all settings into `files`, under `filePath`.
   void Save() override;
-
-  /// Puts the text of `settings` into `files`.
   void WriteFile(const Config::ConfigEntries& settings, const Vorn::SharedPath& path) override;
-
-  /// Puts the text of `settings` into `files`.
   void WriteFile(const Config::ConfigEntries& settings, const std::string& path) override;
-
-  /// As the service.
   std::string FormatEntries(const Config::ConfigEntries& settings) override;
-
-  /// As the service: a missing key is added with the default.
   std::string GetString(const std::string& key, const std::string& defaultValue) override;
-
-  /// The value of `key` if there is one.
   std::optional<std::string> FindString(const std::string& key) override;
-
-  /// Sets the value of `key`.
   void SetString(const std::string& key, const std::string& value) override;
-
-  /// Sets the value of `key` to the decimal text of `value`, as the service.
   void SetInt(const std::string& key, std::int32_t value) override;
-
-  /// As the service: a missing key is added with the default; a text that is no number stays.
   std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) override;
-
-  /// A copy of `entries`.
   Config::ConfigEntries Entries() override;
-
-  /// Removes `key`; returns whether it was there.
   bool Remove(const std::string& key) override;
 
   Config::ConfigEntries entries;                       ///< the settings
