@@ -60,6 +60,7 @@ may_use_sudo() {
 }
 
 build_packages=(g++ cmake ninja-build libboost-dev libfast-float-dev nlohmann-json3-dev libfmt-dev)
+window_packages=(pkg-config libsdl2-dev libimgui-dev libstb-dev libgl-dev libgl1-mesa-dri)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
 # Prints the command, which distributions keep in different places.

@@ -1,5 +1,6 @@
 #include "content_files.h"
 
+#include <common/kit/folders.h>
 #include <vorn_lnk/shared_path>
 
 #include <filesystem>
@@ -19,25 +20,24 @@ void RequireWritable(const std::string& file) {
   if (isNew) std::filesystem::remove(file, ignored);
 }
 
-// A profiler that ends without this folder loses its report, and says nothing of it. What stands in
-// the folder's way shows when the files are tried.
-void MakeReportFolder() {
-  std::error_code ignored;
-  if (!std::filesystem::create_directory(Common::UtResultFolder, ignored)) return;
-  std::cerr << "harbor: there was no folder " << Common::UtResultFolder
-            << ", without which the report is lost; it is there now\n";
+std::filesystem::path In(const std::string& directory, const std::string& folder) {
+  return Vorn::PathFromUtf8(directory) / Vorn::PathFromUtf8(folder);
 }
 
 }  // namespace
 
 void PrepareDirectory(const std::string& directory) {
-  std::error_code failure;
-  std::filesystem::current_path(Vorn::PathFromUtf8(directory), failure);
-  if (failure) throw std::runtime_error("cannot work in " + directory + ": " + failure.message());
-  if (!std::filesystem::is_directory(Common::ConfigFolder, failure)) {
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(In(directory, Common::ConfigFolder), ignored)) {
     throw std::runtime_error("there is no folder " + Common::ConfigFolder + " in " + directory);
   }
-  MakeReportFolder();
+  const bool hadReportFolder =
+      std::filesystem::exists(In(directory, Common::UtResultFolder), ignored);
+  Common::Kit::PrepareFolders(directory);
+  if (!hadReportFolder) {
+    std::cerr << "harbor: there was no folder " << Common::UtResultFolder
+              << ", without which the report is lost; it is there now\n";
+  }
   for (const std::string& file : WrittenFiles) RequireWritable(file);
 }
 

@@ -11,6 +11,7 @@ namespace Harbor {
 inline const std::string SettingsFile = Common::ConfigFolder + "/" + Common::ConfigFileName;
 inline const std::string LogFile = "zeb_log.txt";
 inline const std::string ReportFile = Common::UtResultFolder + "/profiler_data.csv";
+inline const std::string ThreadsReportFile = Common::UtResultFolder + "/threads.csv";
 inline const std::string TraceFile = Common::UtResultFolder + "/trace.json";
 inline const std::array WrittenFiles{SettingsFile, LogFile, ReportFile, TraceFile};
 

@@ -2,6 +2,7 @@
 // which has its name, takes the frame's own preparation.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace Harbor::Phase {
@@ -9,8 +10,10 @@ namespace Harbor::Phase {
 inline const std::string Frame = "frame";
 inline const std::string Tick = "tick";
 inline const std::string Simulation = "simulation";
+inline const std::string Panels = "panels";
+inline const std::string Drawing = "drawing";
 inline const std::string Waiting = "waiting";
 
-inline constexpr std::size_t Count = 4;
+inline constexpr std::size_t MeasurementsPerFrame = 7;  // those, and the whole frame
 
 }  // namespace Harbor::Phase

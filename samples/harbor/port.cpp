@@ -1,7 +1,9 @@
 #include "port.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
+#include <utility>
 
 #include "totem_values.h"
 
@@ -10,6 +12,7 @@ namespace {
 
 constexpr float GatesOpenShare = 0.75F;  // of a day, from sunrise on
 constexpr float FullLight = 1000.0F;
+constexpr float FullTurn = 6.2831855F;
 
 // How much a crane lifts: by day the hold is empty after half of the time at the berth, by night
 // after all of it.
@@ -23,20 +26,20 @@ std::string Tonnes(std::uint64_t tonnes) { return std::to_string(tonnes) + " t";
 
 }  // namespace
 
-Port::Port(Services& services, const Settings& settings)
-    : frames(*services.frames),
+Port::Port(Services& services, const Common::Kit::GameClock& clock, const Settings& settings)
+    : services(services),
+      frames(*services.frames),
       log(*Log::Get()),
       totem(*Totem::Get()),
-      frameTime(settings.frameTime),
-      unloadFrames(settings.unloadFrames),
-      fleet(DrawFleet(*services.seeds, *services.ids, settings)),
-      berths(settings.berths, nullptr),
-      sun(Clock::Get()->MakePeriodic(Common::PeriodicKind::Sine, settings.dayLength, 0.0F)),
-      gates(Clock::Get()->MakePeriodic(Common::PeriodicKind::Square, settings.dayLength,
-                                       GatesOpenShare)),
-      timers(frames),
+      clock(clock),
+      settings(settings),
+      sun(frames.CreateReactor(0)),
+      timers(frames, clock),
       openingCall(ScheduleOpening()) {
-  StartReactors(settings);
+  CallFleet();
+  FitBerths();
+  sun->SetCallback([this](std::uint64_t) { MoveSunAndGates(); });
+  StartTimers();
 }
 
 // A call that is still queued would point at a port that is gone.
@@ -47,26 +50,63 @@ std::uint64_t Port::ScheduleOpening() {
   const auto open = [this](std::uint64_t count) {
     log.LogMessage("the harbor is open, berths: " + std::to_string(count));
   };
-  return frames.ScheduleCall(open, berths.size(), 0);
+  return frames.ScheduleCall(open, settings.berths, 0);
 }
 
-// Reactors run in the order of their addresses, which is any order, so none may count on another
-// having run: what they tell each other goes through the totem and is read a frame later.
-void Port::StartReactors(const Settings& settings) {
-  const auto start = [this](std::uint64_t interval, void (Port::*work)()) {
-    reactors.push_back(frames.CreateReactor(interval));
-    reactors.back()->SetCallback([this, work](std::uint64_t) { (this->*work)(); });
-  };
-  start(0, &Port::MoveSunAndGates);
-  // Every second frame: an interval of two frames exactly would now and then take three.
-  start(frameTime * 3 / 2, &Port::WorkCranes);
-  start(settings.dayLength, &Port::EndDay);
+// A crane needs two frames for a lift. A timer keeps its phase, so that late frames cost no lift.
+void Port::StartTimers() {
+  timers.Cancel(cranes);
+  timers.Cancel(endOfDay);
+  cranes = timers.Every(2 * settings.frameTime, [this] { WorkCranes(); });
+  endOfDay = timers.Every(settings.dayLength, [this] { EndDay(); });
+}
+
+void Port::Apply(const Settings& changed) {
+  const bool fleetHasChanged = changed.ships != settings.ships || changed.seed != settings.seed;
+  const bool timesHaveChanged =
+      changed.frameTime != settings.frameTime || changed.dayLength != settings.dayLength;
+  settings = changed;
+  if (fleetHasChanged) CallFleet();
+  if (timesHaveChanged) StartTimers();
+  FitBerths();
+}
+
+// Ships that have come stay where they are in the deque; once all have gone, it is emptied.
+void Port::CallFleet() {
+  if (IsQuiet()) arrived = 0;
+  fleet.resize(arrived);
+  const std::uint64_t now = totem.frameNumber.Read();
+  for (Ship& ship : DrawFleet(*services.seeds, *services.ids, settings)) {
+    ship.arrivalFrame += now;
+    fleet.push_back(std::move(ship));
+  }
+}
+
+// A deque here too, since the timer of an unloading refers to its berth.
+void Port::FitBerths() {
+  while (berths.size() < settings.berths) berths.push_back(nullptr);
+  while (berths.size() > settings.berths && berths.back() == nullptr) berths.pop_back();
+}
+
+bool Port::IsQuiet() const {
+  return arrived == fleet.size() && anchorage.empty() && ShipsAtBerths() == 0;
+}
+
+std::uint64_t Port::ShipsAtBerths() const {
+  const auto free = std::count(berths.begin(), berths.end(), nullptr);
+  return berths.size() - static_cast<std::uint64_t>(free);
+}
+
+float Port::ShareOfDay() const {
+  return static_cast<float>(clock.Now() % settings.dayLength) /
+         static_cast<float>(settings.dayLength);
 }
 
 void Port::MoveSunAndGates() {
-  const float light = std::max(0.0F, sun->GetValue()) * FullLight;
+  const float share = ShareOfDay();
+  const float light = std::max(0.0F, std::sin(share * FullTurn)) * FullLight;
   WriteLight(totem, static_cast<std::uint16_t>(light));
-  const bool open = gates->GetValue() > 0.0F;
+  const bool open = share < GatesOpenShare;
   WriteGates(totem, open);
 
   if (WasDark(totem) != IsDark(totem)) {
@@ -78,7 +118,7 @@ void Port::MoveSunAndGates() {
 void Port::WorkCranes() {
   for (Ship* ship : berths) {
     if (ship == nullptr) continue;
-    const std::uint64_t lift = TonnesPerLift(*ship, unloadFrames, IsDark(totem));
+    const std::uint64_t lift = TonnesPerLift(*ship, settings.unloadFrames, IsDark(totem));
     BringAshore(*ship, std::min(lift, ship->aboard - ship->keeps));
   }
 }
@@ -89,6 +129,7 @@ void Port::Step() {
   const std::uint64_t now = totem.frameNumber.Read();
   while (arrived < fleet.size() && fleet[arrived].arrivalFrame <= now) Arrive(fleet[arrived++]);
   LetOneShipIn();
+  FitBerths();
   for (Ship*& berth : berths) {
     if (berth != nullptr && berth->keeps > 0 && berth->aboard == berth->keeps) CallAway(berth);
   }
@@ -103,12 +144,11 @@ void Port::Arrive(Ship& ship) {
     return;
   }
   log.LogMessage(ship.name + " arrives with " + Tonnes(ship.aboard) + " of " + ship.cargo);
-  const bool isFull = std::find(berths.begin(), berths.end(), nullptr) == berths.end();
   if (!GatesAreOpen(totem)) {
     log.LogWarning(ship.name + " waits: the gates are closed");
   } else if (IsGale()) {
     log.LogWarning(ship.name + " waits: a gale blows");
-  } else if (isFull) {
+  } else if (!FindFreeBerth().has_value()) {
     log.LogWarning(ship.name + " waits: no free berth");
   } else if (!anchorage.empty()) {
     log.LogWarning(ship.name + " waits: others are before it");
@@ -119,21 +159,30 @@ void Port::Arrive(Ship& ship) {
 // There is one pilot, who stays ashore in a gale.
 void Port::LetOneShipIn() {
   if (anchorage.empty() || !GatesAreOpen(totem) || IsGale()) return;
-  const auto berth = std::find(berths.begin(), berths.end(), nullptr);
-  if (berth == berths.end()) return;
-  Berth(*anchorage.front(), *berth);
+  const std::optional<std::size_t> berth = FindFreeBerth();
+  if (!berth.has_value()) return;
+  MoorAt(*berth, *anchorage.front());
   anchorage.pop_front();
+}
+
+// Not one of those that are to close.
+std::optional<std::size_t> Port::FindFreeBerth() const {
+  for (std::size_t number = 0; number < settings.berths; ++number) {
+    if (berths[number] == nullptr) return number;
+  }
+  return std::nullopt;
 }
 
 bool Port::IsGale() const { return ReadWindForce(totem) >= GaleForce; }
 
 // Half a frame early, or a tick that is punctual to the microsecond could find the time not quite
 // passed.
-void Port::Berth(Ship& ship, Ship*& berth) {
+void Port::MoorAt(std::size_t number, Ship& ship) {
+  Ship*& berth = berths[number];
   berth = &ship;
-  ship.unloading = timers.After(unloadFrames * frameTime - frameTime / 2,
+  ship.unloading = timers.After(settings.unloadFrames * settings.frameTime - settings.frameTime / 2,
                                 [this, &berth] { FinishUnloading(berth); });
-  log.LogMessage(ship.name + " unloads at berth " + std::to_string(&berth - berths.data() + 1));
+  log.LogMessage(ship.name + " unloads at berth " + std::to_string(number + 1));
 }
 
 void Port::FinishUnloading(Ship*& berth) {
@@ -164,7 +213,7 @@ void Port::PublishState() {
 
 Tally Port::Total() const {
   Tally total = tally;
-  total.leftInPort = arrived - tally.unloaded - tally.calledAway - tally.refused;
+  total.leftInPort = anchorage.size() + ShipsAtBerths();
   return total;
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <common/kit/game_clock.h>
 #include <common/kit/timers.h>
 
 #include <cstdint>
 #include <deque>
-#include <vector>
+#include <optional>
 
 #include "fleet.h"
 #include "services.h"
@@ -20,11 +21,13 @@ struct Tally {
   std::uint64_t leftInPort = 0;
 };
 
-// The simulation. What changes with the clock happens in ticks: reactors move the sun, the gates
-// and the cranes, and timers end the unloadings. What follows from it happens once a frame in Step.
+// The simulation. What changes with time happens in ticks: a reactor moves the sun and the gates,
+// and timers on the game's clock work the cranes and end the unloadings. What follows from it
+// happens once a frame in Step.
 class Port {
  public:
-  Port(Services& services, const Settings& settings);
+  // REQUIRES: `clock` outlives this object.
+  Port(Services& services, const Common::Kit::GameClock& clock, const Settings& settings);
   ~Port();
 
   Port(const Port&) = delete;
@@ -33,42 +36,61 @@ class Port {
   // One frame: ships arrive, at most one enters, some are called away.
   void Step();
 
+  // Takes over settings that have changed. Those of the fleet hold for the ships that have not
+  // arrived yet, and a berth that is no longer wanted closes when its ship has left.
+  void Apply(const Settings& changed);
+
+  // Draws the ships that are still to come, in place of those that have not arrived.
+  void CallFleet();
+
+  // Whether all ships have come and gone.
+  bool IsQuiet() const;
+
   Tally Total() const;
+
+  // For whoever shows the port. Null where a berth is free.
+  const std::deque<Ship*>& Berths() const { return berths; }
+  const std::deque<Ship*>& Anchorage() const { return anchorage; }
+  const Common::Kit::Timers& Timers() const { return timers; }
 
  private:
   std::uint64_t ScheduleOpening();
-  void StartReactors(const Settings& settings);
+  void StartTimers();
+  void FitBerths();
+  std::uint64_t ShipsAtBerths() const;
+  float ShareOfDay() const;
   void MoveSunAndGates();
   void WorkCranes();
   void EndDay();
 
   void Arrive(Ship& ship);
   void LetOneShipIn();
+  std::optional<std::size_t> FindFreeBerth() const;
   bool IsGale() const;
-  void Berth(Ship& ship, Ship*& berth);
+  void MoorAt(std::size_t number, Ship& ship);
   void FinishUnloading(Ship*& berth);
   void CallAway(Ship*& berth);
   void BringAshore(Ship& ship, std::uint64_t tonnes);
   void PublishState();
 
+  Services& services;
   Common::SFrameUtility& frames;
   Common::Log::SMessageLog& log;
   Common::SMessageTotem& totem;
-  const std::uint64_t frameTime;
-  const std::uint64_t unloadFrames;
+  const Common::Kit::GameClock& clock;
+  Settings settings;
 
-  std::vector<Ship> fleet;
+  std::deque<Ship> fleet;  // first arrival first; the first `arrived` of them have come
   std::size_t arrived = 0;
   std::deque<Ship*> anchorage;
-  std::vector<Ship*> berths;  // null where one is free
+  std::deque<Ship*> berths;
   Tally tally;
 
-  const Vorn::IntrudablePtr<Common::IPeriodic> sun;
-  const Vorn::IntrudablePtr<Common::IPeriodic> gates;
-
   // Their callbacks point at this port, and end with it.
-  std::vector<Vorn::IntrudablePtr<Common::IFrameReactor>> reactors;
+  const Vorn::IntrudablePtr<Common::IFrameReactor> sun;
   Common::Kit::Timers timers;
+  Common::Kit::Timers::Id cranes;
+  Common::Kit::Timers::Id endOfDay;
   const std::uint64_t openingCall;
 };
 

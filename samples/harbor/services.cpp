@@ -3,6 +3,7 @@
 #include <common/kit/old_logs.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "content_files.h"
 
@@ -36,7 +37,10 @@ void DeleteOldestLogs() {
 }  // namespace
 
 std::shared_ptr<Log> StartLog() {
-  std::shared_ptr<Log> log = Log::Create(Common::Log::ManufactureMessageLog());
+  std::unique_ptr<Common::Log::SMessageLog> own(Common::Log::ManufactureMessageLog());
+  auto tap = std::make_unique<Common::Kit::LogTap>(std::move(own), KeptLogLines);
+  std::shared_ptr<Log> log = Log::Create(tap.get());
+  tap.release();  // the owner's now
   Log::Get()->SetLiveOutput(true);
   RescueLog();
   GuardLog();

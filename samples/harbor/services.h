@@ -5,6 +5,7 @@
 
 #include <common/config_file.h>
 #include <common/frame_utility.h>
+#include <common/kit/log_tap.h>
 #include <common/kit/timer_resolution.h>
 #include <common/performance_profiler.h>
 #include <common/runtime_unique_id.h>
@@ -20,6 +21,8 @@ namespace Harbor {
 // settings can be seen there too.
 std::shared_ptr<Log> StartLog();
 
+inline constexpr std::size_t KeptLogLines = 10'000;
+
 struct Services {
   const Common::Kit::ScopedTimerResolution timerResolution{};  // the clock, made next, measures it
   const std::shared_ptr<Clock> clock = Clock::Create(Common::ManufactureTimeProvider());
@@ -30,6 +33,9 @@ struct Services {
   const std::unique_ptr<Common::SSeedProvider> seeds{Common::ManufactureSeedProvider()};
   const std::unique_ptr<Common::Unique::SRuntimeUniqueId> ids{Common::Unique::Manufacture()};
   const std::unique_ptr<Common::SFrameUtility> frames{Common::ManufactureFrameUtility()};
+
+  // What StartLog has entered: the log, and what stands before it to show its lines.
+  Common::Kit::LogTap& Tap() const { return static_cast<Common::Kit::LogTap&>(*Log::Get()); }
 };
 
 }  // namespace Harbor

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <common/config_file.h>
+#include <common/kit/settings_reader.h>
 #include <common/message_log.h>
 
 #include <cstdint>
@@ -24,9 +25,13 @@ struct Settings {
   bool liveOutput;
 };
 
-// Asks for every setting, so that the store comes to list them all, and saves. A value that makes
-// no sense gets a warning in the log and counts as the default; its text stays in the store for the
-// user to mend. So do settings that nobody asks for: they are typing errors, mostly.
-Settings ReadSettings(Common::Config::SConfigFile& store, Common::Log::SMessageLog& log);
+// Asks for every setting, so that the store comes to list them all. A value that makes no sense
+// gets a warning in the log and counts as the default; its text stays in the store for the user to
+// mend.
+Settings ReadSettings(Common::Kit::SettingsReader& reader);
+
+// Settings that nobody asks for are typing errors, mostly.
+void WarnOfUnaskedKeys(Common::Config::SConfigFile& store, Common::Log::SMessageLog& log,
+                       const Common::Kit::SettingsReader& reader);
 
 }  // namespace Harbor

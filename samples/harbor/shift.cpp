@@ -1,80 +1,115 @@
 #include "shift.h"
 
+#include <common/kit/report.h>
+#include <common/kit/settings_save.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <utility>
 
 #include "content_files.h"
 #include "interrupt.h"
 #include "phases.h"
-#include "plugin_slot.h"
-#include "progress.h"
-#include "services.h"
+#include "totem_values.h"
 
 namespace Harbor {
 namespace {
 
 constexpr std::uint64_t MostTracedFrames = 10'000;  // the last ones of a long run
+constexpr std::uint64_t HousekeepingInterval = 1'000'000;
 
-Settings Configure(Services& services, std::optional<std::uint64_t> frames) {
-  Settings settings = ReadSettings(*services.settings, *Log::Get());
+Settings Configure(Common::Kit::SettingsReader& reader, std::optional<std::uint64_t> frames) {
+  Settings settings = ReadSettings(reader);
   if (frames) settings.frames = *frames;
   Log::Get()->SetLiveOutput(settings.liveOutput);
   return settings;
 }
 
-// What works during a run. The members start in their order and end in the reverse one.
-class Shift {
- public:
-  explicit Shift(std::optional<std::uint64_t> frames)
-      : settings(Configure(services, frames)),
-        trace(std::min(settings.frames, MostTracedFrames) * (Phase::Count + 1), "harbor"),
-        port(services, settings),
-        plugin(settings.plugin, {*services.frames, settings.dayLength}),
-        progress(settings.frames) {}
-
-  Outcome Run();
-
- private:
-  void RunFrame(std::uint64_t index);
-  void WriteTrace() const;
-
-  Services services;
-  const Settings settings;
-  Common::Kit::Trace trace;
-  Port port;
-  PluginSlot plugin;
-  Progress progress;
-};
-
-Outcome Shift::Run() {
-  std::vector<std::uint64_t> frameTimes;
-  std::uint64_t begin = Clock::Get()->Now();
-  while (frameTimes.size() < settings.frames && !IsInterrupted()) {
-    RunFrame(frameTimes.size());
-    const std::uint64_t end = Clock::Get()->Now();
-    frameTimes.push_back(end - begin);
-    begin = end;
-  }
-  progress.Hide();
-  if (IsInterrupted()) Log::Get()->LogWarning("interrupted, the run ends early");
-  WriteTrace();
-  return {settings, port.Total(), std::move(frameTimes), trace.Summarize()};
+std::size_t TraceCapacity(const Settings& settings) {
+  return std::min(settings.frames, MostTracedFrames) * Phase::MeasurementsPerFrame;
 }
 
-void Shift::RunFrame(std::uint64_t index) {
+}  // namespace
+
+Shift::Shift(std::optional<std::uint64_t> frames)
+    : reader(*services.settings, *Log::Get()),
+      settings(Configure(reader, frames)),
+      trace(TraceCapacity(settings), "harbor"),
+      port(services, clock, settings),
+      fixedFrames(frames),
+      posted(*services.frames),
+      office(posted, [this](std::uint8_t force) { PublishForecast(force); }),
+      watcher(*services.settings, SettingsFile),
+      housekeeping(*services.frames),
+      calendar(*services.frames, clock),
+      plugin(std::in_place, settings.plugin, PluginHost{*services.frames, settings.dayLength}),
+      progress(settings.frames),
+      pacer(settings.frameTime) {
+  SaveSettings();
+  WarnOfUnaskedKeys(*services.settings, *Log::Get(), reader);
+  StartHousekeeping();
+}
+
+bool Shift::IsOver() const { return framesRun >= settings.frames || IsInterrupted(); }
+
+void Shift::RunFrame(const Draw& draw) {
   Common::Kit::TracedMeasurement frame(services.profiler->OpenAccumulator(Phase::Frame), trace);
-  auto filler = Clock::Get()->MakeTimeFiller(settings.frameTime);
   progress.Hide();
-  if (index == settings.frames / 2) plugin.Reload();  // shows that it can be done in a run
+  if (framesRun == settings.frames / 2) plugin->Reload();  // shows that it can be done in a run
   frame.GoOnTo(Phase::Tick);
   services.frames->Tick();
   frame.GoOnTo(Phase::Simulation);
-  port.Step();
+  if (!clock.IsPaused()) port.Step();
+  if (draw) draw(frame);
   frame.GoOnTo(Phase::Waiting);
   progress.Show(*Totem::Get());
-  filler = nullptr;  // waits for what is left of the frame
+  pacer.WaitForNext();
+  ++framesRun;
+}
+
+Outcome Shift::Finish() {
+  progress.Hide();
+  if (IsInterrupted()) Log::Get()->LogWarning("interrupted, the run ends early");
+  office.Close();
+  WriteTrace();
+  WriteThreadsReport();
+  return {settings, port.Total(), framesRun, trace.Summarize()};
+}
+
+void Shift::ApplySettings() {
+  const std::string pluginBefore = settings.plugin;
+  settings = Configure(reader, fixedFrames);
+  pacer.SetInterval(settings.frameTime);
+  port.Apply(settings);
+  if (settings.plugin == pluginBefore) return;
+  plugin.emplace(settings.plugin, PluginHost{*services.frames, settings.dayLength});
+}
+
+void Shift::SaveSettings() {
+  if (Common::Kit::SaveSafely(*services.settings, SettingsFile)) return;
+  Log::Get()->LogError("the settings could not be saved to " + SettingsFile);
+}
+
+// Once a second the log reaches its file, and edits of the settings reach the harbor.
+void Shift::StartHousekeeping() {
+  housekeeping.Every(HousekeepingInterval, [] { Log::Get()->Flush(); });
+  housekeeping.Every(HousekeepingInterval, [this] { TakeOverEdits(); });
+  office.AskFor(daysForecast);
+  calendar.Every(settings.dayLength, [this] { office.AskFor(++daysForecast); });
+}
+
+void Shift::TakeOverEdits() {
+  const auto changes = watcher.Poll();
+  for (const auto& change : changes) {
+    Log::Get()->LogMessage("setting " + change.key + " was edited: '" + change.before +
+                           "' is now '" + change.after + "'");
+  }
+  if (!changes.empty()) ApplySettings();
+}
+
+void Shift::PublishForecast(std::uint8_t force) {
+  WriteForecast(*Totem::Get(), force);
+  Log::Get()->LogMessage("the weather office expects wind force " + std::to_string(force));
 }
 
 void Shift::WriteTrace() const {
@@ -87,8 +122,9 @@ void Shift::WriteTrace() const {
   std::filesystem::remove(TraceFile, ignored);  // no viewer reads a part
 }
 
-}  // namespace
-
-Outcome RunShift(std::optional<std::uint64_t> frames) { return Shift(frames).Run(); }
+// The profiler's own report has the thread that ticks alone.
+void Shift::WriteThreadsReport() {
+  Common::Kit::WriteReport(ThreadsReportFile, {services.profiler.get(), &office.Profiler()});
+}
 
 }  // namespace Harbor

@@ -1,10 +1,10 @@
 #include "summary.h"
 
-#include <algorithm>
 #include <chrono>
 #include <iomanip>
 
 #include "content_files.h"
+#include "phases.h"
 
 namespace Harbor {
 namespace {
@@ -12,13 +12,12 @@ namespace {
 // The time of a change may be rounded down, on Windows to whole seconds.
 constexpr std::chrono::seconds TimeStampStep{1};
 
-// The smallest of `values` that `percent` of them do not exceed.
-std::uint64_t Percentile(std::vector<std::uint64_t> values, std::size_t percent) {
-  if (values.empty()) return 0;
-  const auto found =
-      values.begin() + static_cast<std::ptrdiff_t>((values.size() * percent + 99) / 100 - 1);
-  std::nth_element(values.begin(), found, values.end());
-  return *found;
+// Of the whole frames that the trace still holds.
+Common::Kit::Trace::Line FrameTimes(const Outcome& outcome) {
+  for (const Common::Kit::Trace::Line& line : outcome.phases) {
+    if (line.name == Phase::Frame) return line;
+  }
+  return {};
 }
 
 void PrintPhase(std::ostream& out, const Common::Kit::Trace::Line& phase) {
@@ -43,10 +42,10 @@ bool IsDiskFull() {
 
 void PrintSummary(std::ostream& out, const Outcome& outcome) {
   const Tally& tally = outcome.tally;
-  out << "\nframes         " << outcome.frameTimes.size() << " of " << outcome.settings.frames
-      << "\nframe time     " << outcome.settings.frameTime << " us asked, median "
-      << Percentile(outcome.frameTimes, 50) << " us, 99th percentile "
-      << Percentile(outcome.frameTimes, 99) << " us"
+  const Common::Kit::Trace::Line frames = FrameTimes(outcome);
+  out << "\nframes         " << outcome.frames << " of " << outcome.settings.frames
+      << "\nframe time     " << outcome.settings.frameTime << " us asked, median " << frames.median
+      << " us, 99th percentile " << frames.percentile99 << " us"
       << "\ncargo moved    " << tally.tonnesAshore << " t"
       << "\nships          " << tally.unloaded << " unloaded, " << tally.calledAway
       << " called away, " << tally.refused << " refused, " << tally.leftInPort << " left in port"

@@ -33,6 +33,14 @@ inline void WriteLight(Common::SMessageTotem& totem, std::uint16_t light) {
   totem.fourByteValue.Write({{light, 0}});
 }
 
+// Of the coming day, as the weather office expects it.
+inline std::uint8_t ReadForecast(const Common::SMessageTotem& totem) {
+  return totem.byteThree.Read();
+}
+inline void WriteForecast(Common::SMessageTotem& totem, std::uint8_t force) {
+  totem.byteThree.Write(force);
+}
+
 inline std::uint64_t ShipsWaiting(const Common::SMessageTotem& totem) {
   return totem.eightByteValue.Read().parts[0];
 }

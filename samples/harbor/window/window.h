@@ -1,0 +1,40 @@
+#pragma once
+
+#include <SDL.h>
+
+#include <string>
+
+namespace Harbor {
+
+// A window with Dear ImGui in it, on SDL2 and OpenGL. For the thread that made it.
+class Window {
+ public:
+  // Throws std::runtime_error with what SDL says.
+  explicit Window(const std::string& title);
+  ~Window();
+
+  Window(const Window&) = delete;
+  Window& operator=(const Window&) = delete;
+
+  // Whether the user has not closed it yet.
+  bool IsOpen() const { return isOpen; }
+
+  // What is drawn between the two calls shows when the second returns. It does not wait for the
+  // screen: the frame has its own pace.
+  void BeginFrame();
+  void EndFrame();
+
+  // Has the next frame written to a PNG file too, where EndFrame then throws std::runtime_error if
+  // that fails.
+  void TakePicture(const std::string& file) { picture = file; }
+
+ private:
+  void WritePicture();
+
+  std::string picture;  // empty where none is wanted
+  SDL_Window* window = nullptr;
+  SDL_GLContext context = nullptr;
+  bool isOpen = true;
+};
+
+}  // namespace Harbor
