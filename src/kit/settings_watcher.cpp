@@ -70,10 +70,9 @@ void SettingsWatcher::State::See(std::string text) {
 
 // Whether the program may have saved the file so.
 bool SettingsWatcher::State::StoreHoldsAll(const ConfigEntries& entries) {
-  for (const auto& [key, value] : entries) {
-    if (store.FindString(key) != value) return false;
-  }
-  return true;
+  return std::all_of(entries.begin(), entries.end(), [this](const auto& entry) {
+    return store.FindString(entry.first) == entry.second;
+  });
 }
 
 std::vector<SettingsWatcher::Change> SettingsWatcher::State::FindEdits(
@@ -133,7 +132,7 @@ std::vector<SettingsWatcher::Change> SettingsWatcher::State::Look() {
     return {};
   }
   // The program has saved over what was seen, whose last line may have been half-written.
-  const std::vector<Change> edits = FindEdits(Parse(WholeLinesOf(*seenText)));
+  std::vector<Change> edits = FindEdits(Parse(WholeLinesOf(*seenText)));
   TakeOver(edits);
   Know(std::move(*text), std::move(entries));
   return edits;

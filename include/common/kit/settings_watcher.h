@@ -61,8 +61,8 @@ class SettingsWatcher {
   /// One case looks like an edit and is none: the program saves a setting and changes it again
   /// before the next look, without a save. To be safe, look after each save too.
   ///
-  /// A look reads the whole file, since its time and size do not tell every edit. That takes some
-  /// 20 us for 100 settings. Only new content is parsed, and its bad lines are reported.
+  /// A look reads the whole file, since its time and size do not tell every edit. That takes about
+  /// 5 us for 100 settings. Only new content is parsed, and its bad lines are reported.
   ///
   /// Throws Vorn::MissingInstance for a bad line without a log, and std::bad_alloc. Settings that
   /// were taken over before it threw stay so, and are not reported again.
