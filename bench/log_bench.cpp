@@ -23,6 +23,7 @@
 #include <iostream>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 
 #include "bench.h"
 
@@ -41,9 +42,17 @@ class OurLog {
 
   void Write(const std::string& text) { log->LogMessage(text); }
 
- private:
+ protected:
   const ScopedFolder folder;
   Common::Log::SMessageLog* const log = Log::Get();
+};
+
+class GuardedLog : public OurLog {
+ public:
+  GuardedLog() {
+    if (!log->SetGuardFile(folder.File("guard"))) throw std::runtime_error("no guard file");
+  }
+  ~GuardedLog() { log->SetGuardFile(""); }
 };
 
 // The log of the process as one that a tap can own.
@@ -78,6 +87,12 @@ class OneSink {
   const ScopedFolder folder;
   spdlog::logger logger{
       "bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(folder.File("log.txt"))};
+};
+
+// What it offers against the loss of lines in a crash.
+class FlushedSink : public OneSink {
+ public:
+  FlushedSink() { logger.flush_on(spdlog::level::info); }
 };
 
 class TwoSinks : public OneSink {
@@ -194,24 +209,32 @@ void RegisterLines(const std::string& job, int threads, const std::string& who) 
 }
 
 template <class Logger>
-void RegisterLogger(const std::string& who) {
+void RegisterTail(const std::string& job, int threads, const std::string& who) {
+  benchmark::RegisterBenchmark(Name(job, threads, who).c_str(), TimeEachLine<Logger>)
+      ->Threads(threads)
+      ->UseRealTime();
+}
+
+// Each line by itself too, which shows the slowest of them.
+template <class Logger>
+void RegisterLogger(const std::string& job, const std::string& who) {
   for (const int threads : {1, 4}) {
-    RegisterLines<Logger>("log_line", threads, who);
-    const std::string tail = Name("log_line_tail", threads, who);
-    benchmark::RegisterBenchmark(tail.c_str(), TimeEachLine<Logger>)
-        ->Threads(threads)
-        ->UseRealTime();
+    RegisterLines<Logger>(job, threads, who);
+    RegisterTail<Logger>(job + "_tail", threads, who);
   }
 }
 
 }  // namespace
 
 void RegisterLog() {
-  RegisterLogger<OurLog>("ours");
-  RegisterLogger<TwoSinks>("spdlog_two_sinks");
-  RegisterLogger<OneSink>("spdlog");
-  RegisterLogger<BoostLog>("boost_log");
-  RegisterLogger<LogFloor>("floor");
+  RegisterLogger<OurLog>("log_line", "ours");
+  RegisterLogger<TwoSinks>("log_line", "spdlog_two_sinks");
+  RegisterLogger<OneSink>("log_line", "spdlog");
+  RegisterLogger<BoostLog>("log_line", "boost_log");
+  RegisterLogger<LogFloor>("log_line", "floor");
+  RegisterLogger<GuardedLog>("guarded_line", "ours");
+  RegisterLogger<OurLog>("guarded_line", "unguarded");
+  RegisterLogger<FlushedSink>("guarded_line", "spdlog_flushed");
   for (const int threads : {1, 4}) {
     RegisterLines<TappedLog>("tapped_line", threads, "ours");
     RegisterLines<OurLog>("tapped_line", threads, "untapped");

@@ -75,6 +75,7 @@ const std::string LongText(100, 'x');
 const std::string MainFile = "content/config/config.txt";
 const std::string MainText = "key = " + LongText + '\n';
 const std::string LogFile = "zeb_log.txt";
+const std::string GuardFile = "guard";
 const std::string ReportFile = "report.csv";
 const std::locale& Classic = std::locale::classic();
 constexpr int HeaderLines = 3;
@@ -107,6 +108,7 @@ struct Host {
   Host() {
     std::cout.setstate(std::ios::badbit);  // the copies of the lines are for nobody
     log->SetLiveOutput(true);
+    Check(log->SetGuardFile(GuardFile), "the guard file can be made");
     reactors.reserve(MostReactors);
   }
   ~Host() {
@@ -202,6 +204,12 @@ void Operate(Host& host, int operation) {
       return;
     case 12:
       return FillNewPool();
+    case 13:
+      host.log->SetGuardFile(GuardFile);
+      return;
+    case 14:
+      host.log->SetGuardFile("other_guard");
+      return;
   }
 }
 
@@ -211,7 +219,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   Host& host = TheHost();
   FuzzedDataProvider data(bytes, size);
   for (int left = OperationsPerInput; left > 0 && data.remaining_bytes() > 0; --left) {
-    const int operation = data.ConsumeIntegralInRange(0, 12);
+    const int operation = data.ConsumeIntegralInRange(0, 14);
     // A host's own locale takes memory for the first number that is written under it.
     if (operation == 6) std::locale::global(std::locale(Classic, new std::numpunct<char>));
     allocationsUntilFailure = data.ConsumeIntegralInRange(0, 24);

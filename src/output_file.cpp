@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 #ifdef _WIN32
 #include <io.h>
 #include <share.h>
@@ -37,6 +38,8 @@ std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {
   return _write(descriptor, bytes.data(), static_cast<unsigned>(count));
 }
 
+bool DiskIsFull() noexcept { return errno == ENOSPC; }
+
 bool SeekEnd(int descriptor) noexcept { return _lseeki64(descriptor, 0, SEEK_END) >= 0; }
 
 void CloseDescriptor(int descriptor) noexcept { _close(descriptor); }
@@ -57,6 +60,9 @@ std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {
     if (written >= 0 || errno != EINTR) return written;
   }
 }
+
+// Or the user's share of it.
+bool DiskIsFull() noexcept { return errno == ENOSPC || errno == EDQUOT; }
 
 bool SeekEnd(int descriptor) noexcept { return lseek(descriptor, 0, SEEK_END) >= 0; }
 
@@ -82,9 +88,9 @@ bool HoldsNul(const std::filesystem::path& path) noexcept {
          std::filesystem::path::string_type::npos;
 }
 
-OutputFile::OutputFile(const std::filesystem::path& path, Mode mode,
-                       std::span<char> buffer) noexcept
-    : buffer(buffer), descriptor(Closed) {
+OutputFile::OutputFile(const std::filesystem::path& path, Mode mode, std::span<char> buffer,
+                       MakeRoom makeRoom) noexcept
+    : buffer(buffer), makeRoom(std::move(makeRoom)), descriptor(Closed) {
   if (HoldsNul(path)) return;
   descriptor = OpenDescriptor(path.c_str(), FlagsOf(mode));
   if (IsOpen() && mode == Mode::ReplaceAtEnd && !SeekEnd(descriptor)) Close();
@@ -110,8 +116,11 @@ void OutputFile::WriteBuffer() noexcept {
 void OutputFile::WriteThrough(std::string_view bytes) noexcept {
   while (IsOpen() && !bytes.empty()) {
     const std::ptrdiff_t written = WriteSome(descriptor, bytes);
-    if (written <= 0) return Close();
-    bytes.remove_prefix(static_cast<std::size_t>(written));
+    if (written > 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (written == 0 || !DiskIsFull() || !makeRoom || !makeRoom()) {
+      Close();
+    }
   }
 }
 

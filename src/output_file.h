@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <string_view>
 
@@ -28,9 +29,13 @@ class OutputFile final {
     ReplaceAtEnd,  // as Replace, but fails for a file without an end, such as a pipe
   };
 
+  // Frees space on the disk, and tells whether it could. Throws nothing.
+  using MakeRoom = std::function<bool()>;
+
   // Bytes are gathered in `buffer`, which must outlive this object; without one, each `Write` goes
-  // to the file at once.
-  OutputFile(const std::filesystem::path& path, Mode mode, std::span<char> buffer = {}) noexcept;
+  // to the file at once. Where the disk is full and room can be made, the bytes are tried again.
+  OutputFile(const std::filesystem::path& path, Mode mode, std::span<char> buffer = {},
+             MakeRoom makeRoom = {}) noexcept;
 
   // Writes what is left in the buffer and closes the file; a failure goes unnoticed.
   ~OutputFile();
@@ -57,6 +62,7 @@ class OutputFile final {
 
   const CancellationPause pause;  // until the file is closed
   const std::span<char> buffer;
+  const MakeRoom makeRoom;
   std::size_t gathered = 0;  // how much of the buffer is in use
   int descriptor;
 };

@@ -249,6 +249,14 @@ TEST_F(LogGuard, IsCompletedLaterWhereTheDiskIsFull) {
   EXPECT_TRUE(Archives() == Texts{WithoutTimes(before) + "T first\nT last\n"});
 }
 
+TEST_F(LogGuard, GivesItsSpaceToALogOnAFullDisk) {
+  if (!fs::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
+  StartWithGuard();
+  log->SetLogFile("/dev/full");
+  log->Flush();
+  EXPECT_FALSE(fs::exists(GuardName));
+}
+
 TEST_F(LogGuard, FollowsNoLink) {
   fs::create_symlink("elsewhere", GuardName);
   Start();

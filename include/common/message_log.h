@@ -13,11 +13,21 @@
 /// log->LogWarning("no free berth");  // WARNING: 2026-03-09, 17:05:42: no free berth
 /// ```
 ///
-/// What a crash loses: every line since the last batch. A batch is written when 500 lines wait,
-/// only while live output is on, and at the log's end. Only `Flush` writes earlier. The plain way
-/// is to flush once a second, which takes 2 us for 5 lines, with the timers of the kit:
-/// `timers.Every(1'000'000, [] { Log::Get()->Flush(); })`. A terminate handler saves the rest where
-/// an exception ends the process:
+/// What a crash loses: every line since the last batch; with a guard file, nothing:
+///
+/// ```cpp
+/// log->SetGuardFile("zeb_log.guard");  // right after the log is made, in every run
+/// ```
+///
+/// A batch is written when 500 lines wait, only while live output is on, and at the log's end. Only
+/// `Flush` writes earlier. The plain way without a guard file is to flush once a second, which
+/// takes 2 us for 5 lines, with the timers of the kit:
+///
+/// ```cpp
+/// timers.Every(1'000'000, [] { Log::Get()->Flush(); });
+/// ```
+///
+/// A terminate handler saves the rest where an exception ends the process:
 ///
 /// ```cpp
 /// static const std::terminate_handler tellAndAbort = std::get_terminate();
@@ -28,7 +38,8 @@
 /// ```
 ///
 /// What else a host should know:
-/// - A kill, or a loss of power, in the middle of a batch may leave its last line cut.
+/// - A kill, or a loss of power, in the middle of a batch may leave its last line cut. After a kill
+///   the guard file completes it.
 /// - A full disk loses lines silently. Each byte is tried once, in order; after the first failure
 ///   the rest of that batch is dropped, and the next batch tries again.
 /// - Live output through a pipe or into a file comes in blocks, because `std::cout` buffers what no
@@ -165,8 +176,9 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   ///
   /// The file takes 256 KiB, and more while more lines wait, all of it reserved on the disk
   /// beforehand. Where it cannot grow, it keeps the first of the lines that wait, and the later
-  /// ones have no guard until those are written. `zeb_log.txt` never loses a line by it. The child
-  /// of a `fork` has no guard.
+  /// ones have no guard until those are written. `zeb_log.txt` never loses a line by it: where a
+  /// batch finds the disk full, the guard ends and gives its space back. The child of a `fork` has
+  /// no guard.
   ///
   /// Throws nothing. REQUIRES: no log call, no `Flush` and no `fork` at the same time, and no use
   /// of the file by the host.

@@ -87,6 +87,9 @@ bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noe
 
 bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file, size); }
 
+// What is mapped cannot be cut here.
+void CutTo(Handle /*file*/, std::uint64_t /*size*/) noexcept {}
+
 // An open file cannot be replaced, so its name still is its own. One that another process opens in
 // between stays.
 void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
@@ -167,6 +170,11 @@ bool Reserve(Handle file, std::uint64_t size) noexcept {
 
 #endif
 
+// Gives back what was reserved in part.
+void CutTo(Handle file, std::uint64_t size) noexcept {
+  if (SizeOf(file) > size) static_cast<void>(ftruncate(file, static_cast<off_t>(size)) == 0);
+}
+
 void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
   if (StandsAt(path, file)) unlink(path.c_str());
   CloseFile(file);
@@ -206,7 +214,12 @@ bool MappedFile::WriteStart(std::span<const char> bytes) noexcept {
 
 bool MappedFile::ReserveAndMap(std::uint64_t size) noexcept {
   const CancellationPause pause;
-  if (!IsOpen() || !Reserve(handle, size)) return false;
+  if (!IsOpen()) return false;
+  const std::uint64_t before = Size();
+  if (!Reserve(handle, size)) {
+    CutTo(handle, before);
+    return false;
+  }
   try {
     ipc::mapped_region larger(Mappable{handle}, ipc::read_write, 0,
                               static_cast<std::size_t>(std::max(size, Size())));

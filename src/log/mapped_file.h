@@ -33,7 +33,7 @@ class MappedFile final {
 
   // Makes the file at least so long, with every byte in a block of its own on the disk, and maps it
   // whole. A write to mapped memory that finds no block would end the process. The memory may have
-  // moved afterwards; after a failure nothing has changed but the length of the file.
+  // moved afterwards. False where it cannot, and then the memory is as before.
   bool ReserveAndMap(std::uint64_t size) noexcept;
 
   // The mapped memory, empty before the first `ReserveAndMap`.

@@ -136,6 +136,7 @@ class MessageLogImpl final : public Log::SMessageLog {
   void DropPendingLines() noexcept;
   void MarkLogFile() noexcept;
   bool UseGuardFile(const std::filesystem::path& path);
+  bool GiveUpGuardFile() noexcept;
   void RemoveGuardFile() noexcept;
   void ReportFailedOpen() noexcept;
 
@@ -246,7 +247,8 @@ bool MessageLogImpl::Flush() {
 // Whether the file could be opened. With a buffer of the log's own a usual batch is one write to
 // the disk.
 bool MessageLogImpl::WritePendingLines() noexcept {
-  OutputFile file(logFile.Path(), OutputFile::Mode::Append, fileBuffer);
+  OutputFile file(logFile.Path(), OutputFile::Mode::Append, fileBuffer,
+                  [this] { return GiveUpGuardFile(); });
   if (!file.IsOpen()) {
     ReportFailedOpen();
     return false;
@@ -296,6 +298,13 @@ bool MessageLogImpl::UseGuardFile(const std::filesystem::path& path) {
   }
   RemoveGuardFile();
   guard = std::move(next);
+  return true;
+}
+
+// A full disk takes the guard and not the lines that its space is needed for.
+bool MessageLogImpl::GiveUpGuardFile() noexcept {
+  if (guard == nullptr) return false;
+  RemoveGuardFile();
   return true;
 }
 
