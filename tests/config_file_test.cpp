@@ -5,10 +5,6 @@
 
 #include "support.h"
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 namespace Common::Test {
 namespace {
 
@@ -98,25 +94,6 @@ TEST_F(ConfigFile, FileThatMayBeThereIsNotReadAsEmpty) {
   fs::create_symlink("loop", "loop");  // no answer, as from a folder that may not be searched
   EXPECT_EQ(FailureOf([&] { store->ReadFile("loop/file.txt"); }), "filesystem_error");
 }
-
-TEST_F(ConfigFile, UserFileWhoseNameIsTooLongEndsTheFactory) {
-  fs::create_directories("content/config");
-  fs::create_symlink(std::string(300, 'x'), UserFile);
-  EXPECT_EQ(FailureOf(ManufactureConfigFile), "filesystem_error");
-}
-
-#ifdef __GLIBC__
-TEST_F(ConfigFile, HugeLineLeavesNoMemoryBehind) {
-  Start();
-  const auto countBytesInUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
-  const std::string line(1 << 20, 'k');
-  const std::size_t before = countBytesInUse();
-  Parse(line + " = " + line);
-  Parse(line);
-  log->lines = {};
-  EXPECT_LT(countBytesInUse(), before + line.size() / 2);
-}
-#endif
 
 #endif
 

@@ -9,19 +9,12 @@
 
 #include "support.h"
 
-#ifndef _WIN32
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
-
 namespace Common::Test {
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr int BatchLines = 500;
-const std::string LogName = "zeb_log.txt";
 
 struct Faults : testing::Test {
   void WriteSettings(const std::string& path) {
@@ -103,24 +96,6 @@ TEST_F(Faults, AHostsFacetThatWritesNoTimesCostsALineItsStampAlone) {
   EXPECT_TRUE(ReadBytes(LogName).ends_with(OnDisk("\n line\n")));
 }
 
-TEST_F(Faults, AHostsFacetStampsEachLineAfreshAlsoInALocaleNamedClassic) {
-  struct Letters : std::time_put<char> {
-    iter_type do_put(iter_type out, std::ios_base&, char, const std::tm*, char format,
-                     char) const override {
-      if (format == 'T' || format == 'S') *out++ = next++;
-      return out;
-    }
-    mutable char next = 'a';
-  };
-  log->LogMessage("line");  // within a second the next one might find this one's stamp
-  const std::locale letters(std::locale::classic(), new Letters);
-  std::locale::global(std::locale::classic().combine<std::time_put<char>>(letters));
-  log->LogMessage("line");
-  log->LogMessage("line");
-  EXPECT_TRUE(log->Flush());
-  EXPECT_TRUE(std::regex_search(ReadBytes(LogName), std::regex("a: line\\s+.*b: line\\s+$")));
-}
-
 #ifndef _WIN32
 
 #ifdef __linux__
@@ -141,13 +116,6 @@ auto LineCount(const fs::path& path) {
 
 int failedWrites = 0;
 
-void LimitFiles(rlim_t size) {
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  limit.rlim_cur = std::min(size, limit.rlim_max);
-  setrlimit(RLIMIT_FSIZE, &limit);
-}
-
 TEST_F(Faults, ABatchThatFailsHalfwayIsNotWrittenTwice) {
   constexpr std::size_t Room = 40'000;
   const std::string text(1000, 'x');  // so that there is much to write after the failure
@@ -163,20 +131,6 @@ TEST_F(Faults, ABatchThatFailsHalfwayIsNotWrittenTwice) {
   log->LogMessage("next");
   EXPECT_TRUE(log->Flush());
   EXPECT_TRUE(ReadBytes(LogName).ends_with(": next\n"));
-}
-
-TEST(Process, KeepsItsBatchesWhenItIsKilled) {
-  const pid_t host = fork();
-  if (host == 0) {
-    std::cout.setstate(std::ios::badbit);
-    auto* const log = Log::ManufactureMessageLog();
-    log->SetLiveOutput(true);
-    for (int line = 0; line < 3 * BatchLines - 10; ++line) log->LogMessage("line");
-    raise(SIGKILL);
-  }
-  waitpid(host, nullptr, 0);
-  EXPECT_EQ(LineCount(LogName), 2 * BatchLines);
-  EXPECT_TRUE(ReadBytes(LogName).ends_with(": line\n"));
 }
 
 void EnterVanishedFolder() {

@@ -6,14 +6,11 @@
 
 #include <chrono>
 #include <set>
-#include <thread>
 
 #include "support.h"
 
 #ifndef _WIN32
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -153,42 +150,11 @@ TEST_F(KitSaveSafely, RefusesDevicesAndEndlessLinksAndAFullDisk) {
   WriteBytes("place/settings", "kept");
   store->SetString("long", std::string(100'000, 'x'));
   std::signal(SIGXFSZ, SIG_IGN);
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit unlimited = limit;
-  limit.rlim_cur = 50'000;
-  setrlimit(RLIMIT_FSIZE, &limit);
+  LimitFiles(50'000);
   EXPECT_FALSE(Save("place/settings"));
-  setrlimit(RLIMIT_FSIZE, &unlimited);
+  LimitFiles(RLIM_INFINITY);
   EXPECT_EQ(ReadBytes("place/settings"), "kept");
   EXPECT_EQ(NamesIn("place"), (std::set<std::string>{"device", "pipe", "round", "settings"}));
-}
-
-TEST_F(KitSaveSafely, LeavesOneOfTheTwoWholeWhenItIsKilled) {
-  const auto change = [this](char filling) {
-    for (int number = 0; number < 1'000; ++number) {
-      store->SetString("key" + std::to_string(number), std::string(100, filling));
-    }
-  };
-  std::set<std::string> wholeTexts;
-  for (const char filling : {'a', 'b'}) {
-    change(filling);
-    wholeTexts.insert(store->FormatEntries(store->Entries()));
-  }
-  ASSERT_TRUE(Save("place/settings"));
-  for (int kill = 0; kill < 30; ++kill) {
-    const pid_t saver = fork();
-    if (saver == 0) {
-      for (char filling = 'a';; filling = filling == 'a' ? 'b' : 'a') {
-        change(filling);
-        Save("place/settings");
-      }
-    }
-    std::this_thread::sleep_for(std::chrono::microseconds(kill * 700));
-    ::kill(saver, SIGKILL);
-    waitpid(saver, nullptr, 0);
-    ASSERT_TRUE(wholeTexts.contains(ReadBytes("place/settings")));
-  }
 }
 
 #endif

@@ -1,11 +1,17 @@
 #include <common/message_log.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <set>
+#include <thread>
 #include <tuple>
 #ifndef _WIN32
-#include <sys/resource.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #endif
@@ -17,7 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string LogName = "zeb_log.txt";
 const std::string GuardName = "guard";
 
 struct LogGuard : testing::Test {
@@ -39,18 +44,17 @@ struct LogGuard : testing::Test {
   std::unique_ptr<Log::SMessageLog> log;
 };
 
-const std::string Header =
-    "T -------------------------------------\nT ZEB Log: T\n"
-    "T -------------------------------------\n";
-
-std::string FileText(const fs::path& path) { return WithoutTimes(ReadBytes(path)); }
-
-// The texts of the archived logs, oldest first.
-std::vector<std::string> Archives() {
+// The archived logs, oldest first.
+std::set<fs::path> ArchivedFiles() {
   std::set<fs::path> files;
+  if (!fs::exists("old_logs")) return files;
   for (const auto& file : fs::directory_iterator("old_logs")) files.insert(file.path());
+  return files;
+}
+
+std::vector<std::string> Archives() {
   std::vector<std::string> texts;
-  for (const fs::path& file : files) texts.push_back(FileText(file));
+  for (const fs::path& file : ArchivedFiles()) texts.push_back(LogText(file));
   return texts;
 }
 
@@ -63,9 +67,9 @@ TEST_F(LogGuard, CompletesTheLogOfARunThatDied) {
     Add("two\nlines");
   });
   StartWithGuard();
-  EXPECT_EQ(Archives(), Texts{OnDisk(Header + "T two\nlines\n")});
+  EXPECT_EQ(Archives(), Texts{OnDisk(LogHeader + "T two\nlines\n")});
   End();
-  EXPECT_EQ(FileText(LogName), OnDisk(Header));
+  EXPECT_EQ(LogText(LogName), OnDisk(LogHeader));
   EXPECT_FALSE(fs::exists(GuardName));
 }
 
@@ -85,7 +89,7 @@ TEST_P(CutBatch, IsCompletedWhereItBegan) {
     fs::copy_file(GuardName, "before");
     log->Flush();
   });
-  const std::size_t before = OnDisk(Header).size() + 4 * 20;  // four stamps
+  const std::size_t before = OnDisk(LogHeader).size() + 4 * 20;  // four stamps
   std::error_code isMoved;
   fs::resize_file(target, std::min<std::size_t>(before + cut, fs::file_size(target, isMoved)),
                   isMoved);
@@ -93,8 +97,9 @@ TEST_P(CutBatch, IsCompletedWhereItBegan) {
   if (next == "unguarded start") Die([this] { Start(); });
   StartWithGuard();
   const bool isApart = next != "guarded start" && cut == 0;
-  const std::string whole = OnDisk(Header + "T first\nT last\n");
-  EXPECT_EQ(isHostsFile ? FileText(target) : Archives().front(), isApart ? OnDisk(Header) : whole);
+  const std::string whole = OnDisk(LogHeader + "T first\nT last\n");
+  EXPECT_EQ(isHostsFile ? LogText(target) : Archives().front(),
+            isApart ? OnDisk(LogHeader) : whole);
   if (isApart) {
     EXPECT_EQ(Archives().back(), OnDisk("T first\nT last\n"));
   }
@@ -115,7 +120,7 @@ TEST_F(LogGuard, WritesAnArchiveOfItsOwnWhereTheArchivedLogIsAnothers) {
     End();  // a header of the same second
   });
   StartWithGuard();
-  EXPECT_EQ(Archives(), (Texts{OnDisk(Header), OnDisk(Header + "T lost\n")}));
+  EXPECT_EQ(Archives(), (Texts{OnDisk(LogHeader), OnDisk(LogHeader + "T lost\n")}));
 }
 
 TEST_F(LogGuard, IsLeftAsItIsWhereNoArchiveCanBeWritten) {
@@ -131,7 +136,7 @@ TEST_F(LogGuard, IsLeftAsItIsWhereNoArchiveCanBeWritten) {
   });
   fs::remove("old_logs");
   StartWithGuard();
-  EXPECT_EQ(Archives(), Texts{OnDisk(Header + "T kept\n")});
+  EXPECT_EQ(Archives(), Texts{OnDisk(LogHeader + "T kept\n")});
 }
 
 TEST_F(LogGuard, ForgetsWhatTheLogDrops) {
@@ -155,7 +160,7 @@ TEST_F(LogGuard, GrowsWithTheLines) {
     for (int line = 0; line < 2'000; ++line) Add(text);
   });
   StartWithGuard();
-  std::string all = Header;
+  std::string all = LogHeader;
   for (int line = 0; line < 2'000; ++line) all += "T " + text + '\n';
   EXPECT_TRUE(Archives() == Texts{OnDisk(all)});
 }
@@ -168,7 +173,7 @@ TEST_F(LogGuard, MovesToAnotherFileAndEndsWithAnEmptyName) {
   });
   Start();
   EXPECT_TRUE(log->SetGuardFile("h\u00E4fen"));
-  EXPECT_EQ(Archives(), Texts{OnDisk(Header + "T moved\n")});
+  EXPECT_EQ(Archives(), Texts{OnDisk(LogHeader + "T moved\n")});
   EXPECT_TRUE(fs::exists(u8"h\u00E4fen"));
   EXPECT_TRUE(log->SetGuardFile(""));
   EXPECT_FALSE(fs::exists(u8"h\u00E4fen"));
@@ -209,16 +214,71 @@ TEST_F(LogGuard, TouchesNoOtherFile) {
 }
 
 #ifndef _WIN32
-void LimitFiles(rlim_t size) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  const rlimit limit{size, RLIM_INFINITY};
-  setrlimit(RLIMIT_FSIZE, &limit);
+void Kill(std::chrono::milliseconds after, const std::function<void()>& life) {
+  const pid_t host = fork();
+  if (host == 0) life(), std::_Exit(0);
+  std::this_thread::sleep_for(after);
+  kill(host, SIGKILL);
+  waitpid(host, nullptr, 0);
+}
+
+std::string NumberedLine(std::size_t thread, std::uint64_t line) {
+  return std::to_string(thread) + ' ' + std::to_string(line) + ' ' + std::string(line % 90, 'x');
+}
+
+TEST_F(LogGuard, LosesNoLineOfAnyThreadWhenHostsAndTheStartsAfterThemAreKilled) {
+  constexpr std::size_t Threads = 4;
+  using Counts = std::array<std::atomic<std::uint64_t>, Threads>;  // calls that have returned
+  void* const shared =
+      mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  std::uint64_t foundInAll = 0;
+  for (int round = 0; round < 25; ++round) {
+    fs::remove_all("old_logs");
+    fs::remove(LogName);
+    Counts& returned = *new (shared) Counts{};
+    Kill(std::chrono::milliseconds(2 * round), [&] {
+      std::cout.rdbuf(nullptr);
+      StartWithGuard();
+      log->SetLiveOutput(round % 4 != 0);
+      std::vector<std::thread> threads;
+      for (std::size_t thread = 0; thread < Threads; ++thread) {
+        threads.emplace_back([&, thread] {
+          for (std::uint64_t line = 0;; returned.at(thread) = ++line) {
+            Add(NumberedLine(thread, line));
+          }
+        });
+      }
+      threads.front().join();
+    });
+    Kill(std::chrono::milliseconds(round % 5), [this] { StartWithGuard(); });
+    Die([this] {
+      StartWithGuard();
+      End();
+    });
+    std::string text;
+    for (const fs::path& file : ArchivedFiles()) text += ReadBytes(file);
+    std::istringstream lines(text + ReadBytes(LogName));
+    std::array<std::uint64_t, Threads> found{};
+    constexpr std::size_t StampSize = 22;
+    for (std::string line; std::getline(lines, line);) {
+      line.erase(0, StampSize);
+      if (line.starts_with('-') || line.starts_with('Z')) continue;  // a header
+      const auto thread = static_cast<std::size_t>(line.front() - '0');
+      ASSERT_EQ(line, NumberedLine(thread, found.at(thread)++));
+      ++foundInAll;
+    }
+    for (std::size_t thread = 0; thread < Threads; ++thread) {
+      ASSERT_LE(found.at(thread) - returned.at(thread), 1U) << "of thread " << thread;
+    }
+  }
+  EXPECT_GT(foundInAll, 0U);
 }
 
 TEST_F(LogGuard, KeepsTheFirstLinesWhereItCannotGrow) {
   const std::string text(1'000, 'x');
   Die([&] {
     StartWithGuard();
+    std::signal(SIGXFSZ, SIG_IGN);
     LimitFiles(300'000);
     for (int line = 0; line < 1'000; ++line) Add(text);
     LimitFiles(RLIM_INFINITY);
@@ -241,6 +301,7 @@ TEST_F(LogGuard, IsCompletedLaterWhereTheDiskIsFull) {
   });
   const std::string before = ReadBytes(LogName);
   Die([&] {
+    std::signal(SIGXFSZ, SIG_IGN);
     LimitFiles(before.size() + 10);
     Start();
     if (Guard()) std::_Exit(1);

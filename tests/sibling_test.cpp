@@ -44,17 +44,6 @@ TEST(IntrudablePtr, EachReleaseTellsWhatIsLeftAndTheLastEndsTheObject) {
   EXPECT_EQ(Crate::ended, 1);
 }
 
-TEST(IntrudablePtr, CountsAnObjectWhoseClassHasTheNamesOfTheCount) {
-  struct Ledger : Crate {
-    void AddReference() {}
-    void ReleaseReference(int) {}
-    bool IsLastToLeave(int, int) { return false; }
-    int state = 0, Count = 0;
-  };
-  { const Ptr<Ledger> ledger(new Ledger); }
-  EXPECT_EQ(Crate::ended, 1);
-}
-
 TEST(IntrudablePtr, MovesAndSwapsReleaseNothing) {
   Ptr<Crate> crate(new Crate);
   Ptr<Vorn::IScoped> moved = std::move(crate), other;
@@ -94,14 +83,6 @@ TEST(IntrudablePtr, TheNewObjectIsInPlaceWhenTheOldOneEnds) {
   const Ptr<Vorn::IScoped> next(new Crate);
   place = next;
   EXPECT_EQ(seenAtEnd, next.get());
-}
-
-TEST(IntrudablePtr, CountsMillionsOfReferences) {
-  constexpr std::uint32_t Many = 5'000'000;
-  Ptr<Crate> crate(new Crate);
-  const std::vector<Ptr<Crate>> copies(Many, crate);
-  crate = nullptr;
-  EXPECT_EQ(Crate::left, Many);
 }
 
 // Its releases wait until all of them are under way; the one that dropped the last reference then

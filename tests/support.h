@@ -7,11 +7,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <locale>
 #include <regex>
 #include <sstream>
+
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
 
 namespace Common::Test {
 
@@ -88,6 +93,25 @@ inline std::string WithoutTimes(const std::string& text) {
   return std::regex_replace(text, std::regex(R"(\d{4}-[01]\d-[0-3]\d, [012]\d:[0-5]\d:[0-6]\d:)"),
                             "T");
 }
+
+// The text of a file of the log, and what a log starts with.
+inline std::string LogText(const std::filesystem::path& path) {
+  return WithoutTimes(ReadBytes(path));
+}
+inline const std::string LogName = "zeb_log.txt";
+inline const std::string LogHeader =
+    "T -------------------------------------\nT ZEB Log: T\n"
+    "T -------------------------------------\n";
+
+#ifndef _WIN32
+// From here on no file grows beyond this size: a write that finds no room is told by SIGXFSZ.
+inline void LimitFiles(rlim_t size) {
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = std::min(size, limit.rlim_max);
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+#endif
 
 // From here on numbers read 1,234,567 in the whole process.
 inline void GroupDigits() {
