@@ -64,18 +64,6 @@ TEST_F(KitTrace, KeepsPhasesAndWholesInTheOrderInWhichTheyEnd) {
   EXPECT_EQ(lines, (std::vector<std::string>{"z/z", "a/a", "a", "z/b", "z"}));
 }
 
-TEST_F(KitTrace, HoldsTheTimesOfTheProfiler) {
-  const std::vector<MeasureRecord>& records = *profiler->OpenAccumulator("a").records;
-  Measure("a", 3);
-  EXPECT_EQ(trace.Summarize().front().maximum, records[0].totalTime);
-}
-
-TEST_F(KitTrace, OfNoCapacityKeepsNothing) {
-  Trace none(0);
-  TracedMeasurement(profiler->OpenAccumulator("a"), none).GoOnTo("b");
-  EXPECT_TRUE(none.Summarize().empty());
-}
-
 TEST_F(KitTrace, LeavesOutWhatSomebodyElseStopped) {
   {
     const TracedMeasurement measurement(profiler->OpenAccumulator("a"), trace);
@@ -183,23 +171,6 @@ TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
 }
 
 // ---- Stand-ins.
-
-TEST(KitStandIns, KeepFilesInMemory) {
-  StandInSettings settings;
-  settings.files["user.txt"] = "a = 1\nb = 2\n";
-  settings.entries = {{"b", "3"}, {"c", "4"}};
-  settings.Load("user.txt");
-  settings.Save();
-  EXPECT_EQ(settings.files.at("user.txt"), "a = 1\nb = 2\nc = 4\n");
-  EXPECT_TRUE(settings.ReadFile("missing").empty());
-}
-
-TEST(KitStandIns, MoveSignalsByTheirOwnClock) {
-  Kit::StandInClock clock;
-  const auto signal = clock.MakePeriodic(PeriodicKind::RisingSawtooth, 100, 0);
-  clock.now = 125;
-  EXPECT_EQ(signal->GetValue(), 0.25F);
-}
 
 TEST(KitStandIns, MoveTheClockByWaitsAndFillers) {
   Kit::StandInClock clock;

@@ -153,18 +153,6 @@ TEST_F(LogGuard, ForgetsWhatTheLogDrops) {
   EXPECT_EQ(Archives(), Texts{OnDisk("T kept\n")});
 }
 
-TEST_F(LogGuard, GrowsWithTheLines) {
-  const std::string text(1'000, 'x');
-  Die([&] {
-    StartWithGuard();
-    for (int line = 0; line < 2'000; ++line) Add(text);
-  });
-  StartWithGuard();
-  std::string all = LogHeader;
-  for (int line = 0; line < 2'000; ++line) all += "T " + text + '\n';
-  EXPECT_TRUE(Archives() == Texts{OnDisk(all)});
-}
-
 TEST_F(LogGuard, MovesToAnotherFileAndEndsWithAnEmptyName) {
   Die([this] {
     StartWithGuard();
