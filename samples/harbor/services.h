@@ -35,7 +35,7 @@ struct Services {
   const std::unique_ptr<Common::SFrameUtility> frames{Common::ManufactureFrameUtility()};
 
   // What StartLog has entered: the log, and what stands before it to show its lines.
-  Common::Kit::LogTap& Tap() const { return static_cast<Common::Kit::LogTap&>(*Log::Get()); }
+  Common::Kit::LogTap& Tap() const { return dynamic_cast<Common::Kit::LogTap&>(*Log::Get()); }
 };
 
 }  // namespace Harbor

@@ -27,7 +27,7 @@ class [[maybe_unused]] ScopedTimerResolution {
   [[nodiscard]] ScopedTimerResolution() noexcept;
 
   /// Gives the fine timer back.
-  ~ScopedTimerResolution();
+  ~ScopedTimerResolution();  // NOLINT(performance-trivially-destructible): not so on Windows
 
   ScopedTimerResolution(const ScopedTimerResolution&) = delete;
   ScopedTimerResolution& operator=(const ScopedTimerResolution&) = delete;
