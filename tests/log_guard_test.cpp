@@ -298,6 +298,23 @@ TEST_F(LogGuard, IsCompletedLaterWhereTheDiskIsFull) {
   EXPECT_TRUE(Archives() == Texts{WithoutTimes(before) + "T first\nT last\n"});
 }
 
+TEST_F(LogGuard, AddsNothingToALogThatCannotBeMoved) {
+  Die([this] {
+    StartWithGuard();
+    log->Flush();
+    Add("kept");
+  });
+  fs::create_directory_symlink("/proc", "old_logs");  // into which nothing can be moved
+  const std::string before = ReadBytes(LogName);
+  Start();
+  EXPECT_FALSE(Guard());
+  EXPECT_EQ(ReadBytes(LogName), before);
+  fs::remove("old_logs");
+  EXPECT_TRUE(Guard());
+  EXPECT_EQ(Archives(), Texts{"T kept\n"});
+  EXPECT_EQ(ReadBytes(LogName), before);
+}
+
 TEST_F(LogGuard, GivesItsSpaceToALogOnAFullDisk) {
   if (!fs::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
   StartWithGuard();

@@ -208,7 +208,7 @@ bool MappedFile::ReadStart(std::span<char> bytes) const noexcept {
   return ReadAt(handle, 0, bytes);
 }
 
-bool MappedFile::WriteStart(std::span<const char> bytes) noexcept {
+bool MappedFile::WriteStart(std::span<const char> bytes) const noexcept {
   return WriteAt(handle, 0, bytes);
 }
 

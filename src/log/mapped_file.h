@@ -29,7 +29,7 @@ class MappedFile final {
 
   // From the start of the file; false unless all bytes were read or written.
   bool ReadStart(std::span<char> bytes) const noexcept;
-  bool WriteStart(std::span<const char> bytes) noexcept;
+  bool WriteStart(std::span<const char> bytes) const noexcept;
 
   // Makes the file at least so long, with every byte in a block of its own on the disk, and maps it
   // whole. A write to mapped memory that finds no block would end the process. The memory may have
