@@ -44,6 +44,15 @@ TEST(IntrudablePtr, EachReleaseTellsWhatIsLeftAndTheLastEndsTheObject) {
   EXPECT_EQ(Crate::ended, 1);
 }
 
+TEST(IntrudablePtr, CountsAnObjectWhoseClassHasTheNamesOfTheCount) {
+  struct Ledger : Crate {
+    void AddReference() {}
+    void ReleaseReference(int) {}
+  };
+  { const Ptr<Ledger> ledger(new Ledger); }
+  EXPECT_EQ(Crate::ended, 1);
+}
+
 TEST(IntrudablePtr, MovesAndSwapsReleaseNothing) {
   Ptr<Crate> crate(new Crate);
   Ptr<Vorn::IScoped> moved = std::move(crate), other;
