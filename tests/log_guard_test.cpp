@@ -1,10 +1,14 @@
 #include <common/message_log.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <set>
 #include <tuple>
 #ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <csignal>
 #endif
 
@@ -206,6 +210,23 @@ TEST_F(LogGuard, TouchesNoOtherFile) {
 }
 
 #ifndef _WIN32
+TEST_F(LogGuard, IsFreeWhereAChildOutlivesItsProcess) {
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(::pipe(pipe.data()), 0);
+  const pid_t host = fork();
+  if (host == 0) {
+    setpgid(0, 0);
+    StartWithGuard();
+    if (fork() == 0 && write(pipe[1], "!", 1) == 1) pause();
+    std::_Exit(0);
+  }
+  char childLives = 0;
+  EXPECT_EQ(read(pipe[0], &childLives, 1), 1);
+  waitpid(host, nullptr, 0);
+  StartWithGuard();
+  kill(-host, SIGKILL);
+}
+
 TEST_F(LogGuard, KeepsTheFirstLinesWhereItCannotGrow) {
   const std::string text(1'000, 'x');
   Die([&] {

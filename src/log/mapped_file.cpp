@@ -5,6 +5,7 @@
 #else
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -163,7 +164,10 @@ bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file,
 // A file that is not new may have holes, as a copy has, so it is reserved from its start.
 bool Reserve(Handle file, std::uint64_t size) noexcept {
   if (size > SizeOf(file) && !MayBeSoLong(size)) return false;
-  const int failure = posix_fallocate(file, 0, static_cast<off_t>(size));
+  int failure = 0;
+  do {
+    failure = posix_fallocate(file, 0, static_cast<off_t>(size));
+  } while (failure == EINTR);
   const bool isUnknown = failure == EINVAL || failure == EOPNOTSUPP;  // to this file system
   return isUnknown ? WriteZeros(file, size) : failure == 0;
 }
@@ -181,6 +185,14 @@ void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
 }
 
 #endif
+
+// A child's mapping would keep the file locked for as long as the child lives, although it has
+// closed the file.
+void HideFromChildren([[maybe_unused]] const ipc::mapped_region& region) noexcept {
+#ifdef MADV_DONTFORK
+  madvise(region.get_address(), region.get_size(), MADV_DONTFORK);
+#endif
+}
 
 // Where no call reserves blocks, only what is written has one for certain.
 bool WriteZeros(Handle file, std::uint64_t size) noexcept {
@@ -223,6 +235,7 @@ bool MappedFile::ReserveAndMap(std::uint64_t size) noexcept {
   try {
     ipc::mapped_region larger(Mappable{handle}, ipc::read_write, 0,
                               static_cast<std::size_t>(std::max(size, Size())));
+    HideFromChildren(larger);
     region.swap(larger);
     return true;
   } catch (...) {  // Boost's own failure, or no memory to tell of it

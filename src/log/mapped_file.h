@@ -10,7 +10,8 @@
 namespace Common {
 
 // A regular file that this process alone has open for writing, and that it maps into its memory.
-// The system gives the file free when the process ends, however it ends.
+// The system releases the file when the process ends, however it ends, and whether or not children
+// made by `fork` live on: they have none of the memory, and must close the file.
 class MappedFile final {
  public:
   // Opens the file, or makes an empty one. Links are not followed.
@@ -36,7 +37,7 @@ class MappedFile final {
   // moved afterwards. False where it cannot, and then the memory is as before.
   bool ReserveAndMap(std::uint64_t size) noexcept;
 
-  // The mapped memory, empty before the first `ReserveAndMap`.
+  // The mapped memory of this process, empty before the first `ReserveAndMap`.
   std::span<char> Memory() const noexcept;
 
   // Closes the file and deletes it, unless another one stands in its place by now.
