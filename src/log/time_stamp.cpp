@@ -48,6 +48,11 @@ bool HasClassic(const std::locale& locale) {
   return &std::use_facet<Facet>(locale) == &std::use_facet<Facet>(std::locale::classic());
 }
 
+bool HasClassicStamp(const std::locale& locale) {
+  return HaveOneHandle(locale, std::locale::classic()) ||
+         (HasClassic<std::time_put<char>>(locale) && HasClassic<std::ctype<char>>(locale));
+}
+
 std::string FormatSecond(std::time_t second, const std::locale& locale) {
   const std::tm local = ToLocalTime(second);
   std::ostringstream text;
@@ -68,14 +73,10 @@ std::string FormatSecond(std::time_t second, const std::locale& locale) {
 const std::string& TimeStamper::MakeTimeStamp() {
   const std::time_t second = ReadSecond();
   const std::locale locale;
-  if (!HaveOneHandle(locale, lastLocale)) {
-    lastLocale = locale;
-    mayKeepStamps = HasClassic<std::time_put<char>>(locale) && HasClassic<std::ctype<char>>(locale);
-    stampedSecond.reset();
-  }
-  if (second == stampedSecond) return stamp;
+  const bool isClassic = HasClassicStamp(locale);
+  if (isClassic && second == stampedSecond) return stamp;
   stamp = FormatSecond(second, locale);
-  if (mayKeepStamps) stampedSecond = second;
+  stampedSecond = isClassic ? std::optional(second) : std::nullopt;
   return stamp;
 }
 

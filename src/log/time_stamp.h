@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <ctime>
-#include <locale>
 #include <optional>
 #include <string>
 
@@ -17,14 +16,13 @@ class TimeStamper {
 
   // Good until the next call. Formats again in another second, and in each call while the locale
   // has another `time_put` or `ctype` than the classic one: a host's own may answer differently
-  // each time. So a time zone that the host changes shows from the next second on.
+  // each time. So a time zone that the host changes shows from the next second on. Keeps no locale,
+  // whose facets may belong to a module that is unloaded later.
   const std::string& MakeTimeStamp();
 
  private:
   std::string stamp;
   std::optional<std::time_t> stampedSecond;  // of the stamp, where it may serve again
-  std::locale lastLocale = std::locale::classic();
-  bool mayKeepStamps = true;  // in that locale
 };
 
 }  // namespace Common
