@@ -159,26 +159,29 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// First, the lines that a dead run has left in the file go to the end of its log in `old_logs`,
   /// if that is the log which this start has moved there, or if part of their batch is in it
   /// already. Else they become an archive of their own: the run died before its first batch, a
-  /// start without the guard came in between, or `SetLogFile` had named another file. That file
-  /// only gets the rest of a batch that it holds in part. Then the lines of this run are kept
-  /// there, and leave it when they are written, or dropped with a file that cannot be opened.
+  /// start without the guard came in between, or `SetLogFile` had named another file. That other
+  /// file gets no more than the rest of a batch that it holds in part. From then on the guard file
+  /// keeps the lines of this run, until they are written, or dropped with a log file that cannot be
+  /// opened.
   ///
   /// An orderly end of the log deletes the file; so does an empty name, which ends the guard and
   /// answers true. Another name moves the guard to another file, and the name in use changes
   /// nothing and answers true. The name is UTF-8; a relative one counts from the current working
   /// directory.
   ///
-  /// False means that nothing has changed: a guard in use stays, and so do the lines of a dead run
-  /// where there is no place for them. The file cannot be made, is the log's own, or is held by a
-  /// living process; or it is a link, a folder, or a file that was not made as a guard by this
-  /// version, none of which is ever touched. A log that keeps no guard answers false, as this does.
-  /// A damaged guard file is begun again, without its lines.
+  /// False means that a guard in use stays as it is, and so do the lines of a dead run that could
+  /// not all be written. The reason is that the file cannot be made or mapped, is the log's own, or
+  /// is held by a living process; or that it is a link, a folder, or a file that was not made as a
+  /// guard by this version, none of which is ever touched. A log that keeps no guard answers false,
+  /// as this does. A damaged guard file is begun again, without its lines.
   ///
   /// The file takes 256 KiB, and more while more lines wait, all of it reserved on the disk
   /// beforehand. Where it cannot grow, it keeps the first of the lines that wait, and the later
   /// ones have no guard until those are written. `zeb_log.txt` never loses a line by it: where a
-  /// batch finds the disk full, the guard ends and gives its space back. The child of a `fork` has
-  /// no guard.
+  /// batch finds the disk full, the guard ends and gives its space back. A file system that writes
+  /// each change to a new place, as Btrfs and ZFS do, cannot reserve space for that: where it is
+  /// full, a log call may end the process with SIGBUS, so keep the guard file on another one. The
+  /// child of a `fork` has no guard.
   ///
   /// Throws nothing. REQUIRES: no log call, no `Flush` and no `fork` at the same time, and no use
   /// of the file by the host.
