@@ -10,8 +10,8 @@ namespace Common {
 // Takes one finished message about an error.
 using ErrorReport = std::function<void(const std::string& message)>;
 
-// A share of the grammar, one of the module's constants. Who reads after these have ended, as a
-// store does that a host keeps at file scope, holds a share from before.
+// A share of the grammar, which is one of the module's constants. A store at a host's file scope
+// may still read when these have ended, so it takes a share when it is made.
 std::shared_ptr<const void> ShareGrammar();
 
 // Reads text into entries, as SConfigFile::ParseContent. Each bad line goes to `report`; what that

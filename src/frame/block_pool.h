@@ -9,7 +9,7 @@ namespace Common {
 
 // Blocks of one size, side by side in chunks, however scattered the free pieces of the host's heap
 // are. A block that is given back serves the next allocation; chunks return to the heap when the
-// pool ends. The address sanitizer sees each use of a block that is not handed out.
+// pool ends. The address sanitizer reports each use of a block that is not handed out.
 class BlockPool {
  public:
   BlockPool() = default;

@@ -17,8 +17,8 @@ using TotemAccess = Vorn::Service<SMessageTotem>;
 
 const Vorn::Service<STimeProvider> timeProvider;
 
-// A cancelled call takes over all of this but the stamp. A utility has a share of it, since a host
-// may end its utility after the constants of this library.
+// A cancelled call takes over all of this but the stamp. Each utility holds a share, since a host
+// may end it after this library's constants have ended.
 const auto EmptyCall = std::make_shared<const DelayedCall>(
     0, 0, 0, [](std::uint64_t) {}, true);
 

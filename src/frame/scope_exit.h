@@ -4,9 +4,9 @@
 
 namespace Common {
 
-// Runs its action when its scope is left, on return or exception. Unlike a handler that throws
-// again it leaves a failure that nobody catches where it was thrown: the process then ends with the
-// callback still on the stack.
+// Runs its action when its scope is left, by return or by exception. A handler that throws again
+// would catch an exception that nobody else does. Without one, the process ends where that was
+// thrown, with the callback still on the stack.
 template <class Action>
 class ScopeExit {
  public:

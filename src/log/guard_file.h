@@ -20,10 +20,10 @@ struct GuardTarget {
   std::uint64_t skipped = 0;  // which then leaves out so many bytes, as they stand elsewhere
 };
 
-// A second place for the lines that wait, in memory that outlives the process because it is that of
-// a file. Its state changes by one store at a time, each behind all that it tells of, so that the
-// process may die at any instruction: the number of bytes in use publishes a line, and which of two
-// targets counts publishes a target.
+// A second place for the lines that wait: the memory of a mapped file, which outlives the process.
+// A single store makes each change valid, after all that the change consists of has been written,
+// so the process may die at any instruction. For lines it is the store of the number of bytes in
+// use, and for a target the store of which of the two targets counts.
 class GuardFile final {
  public:
   // The guard file at `path` with the lines that it holds, or a new one without. Null where none
@@ -41,8 +41,8 @@ class GuardFile final {
   void SetTarget(const std::filesystem::path& target, const FileMark& mark, bool isArchive = false,
                  std::uint64_t skipped = 0) noexcept;
 
-  // Takes the lines, all or none. From the first that no more room can be made for, none is taken
-  // until `DropLines`, or later lines would stand behind a gap.
+  // Takes the lines, all or none. Once there is no room for some, none is taken until `DropLines`:
+  // later lines would stand behind a gap.
   void Add(std::span<const std::string> lines) noexcept;
 
   bool HoldsAll() const noexcept { return !isFull; }

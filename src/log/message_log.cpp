@@ -258,8 +258,8 @@ bool MessageLogImpl::WritePendingLines() noexcept {
   return true;
 }
 
-// The guard drops the lines before it learns how long the file has become: of lines that it held
-// until then it would say that they belong behind themselves.
+// The guard drops the lines before it learns the new length of the file. In the other order, a
+// process that dies in between would leave lines that are taken for unwritten.
 void MessageLogImpl::DropPendingLines() noexcept {
   pendingLines.clear();
   if (guard != nullptr) guard->DropLines();

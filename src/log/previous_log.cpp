@@ -17,7 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The lines as text mode puts them on disk. They may be there by half, so all work is on bytes.
+// The lines as text mode puts them on disk. The last one there may be cut anywhere, so all work is
+// on bytes.
 std::string OnDisk(std::string_view lines) {
 #ifdef _WIN32
   std::string text;

@@ -15,11 +15,11 @@ struct PreviousLog {
   std::filesystem::path movedTo;  // empty where there was none, or it could not be moved
 };
 
-// Writes the lines that the guard still holds behind the log that they belong to, if that is the
-// previous one, and else into an archive of their own. A file that holds a first part of them gets
-// the others, wherever it is now. What stands there already is not written again, also where an
-// earlier call was cut off. False where not all of them could be written; the guard then holds them
-// as before.
+// Appends the lines that the guard still holds to the log that they belong to, if that is the
+// previous one, and else writes them into an archive of their own. A file that already holds the
+// first part of them gets the rest, wherever it is now. What is there already is not written again,
+// even if an earlier call was cut off in the middle. False where not all of them could be written;
+// the guard then holds them as before.
 //
 // Throws std::bad_alloc, and whatever `Vorn::CreateGuid` does.
 bool CompletePreviousLog(GuardFile& guard, const PreviousLog& previous);

@@ -44,7 +44,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   AccumulatorMap Accumulators() override { return accumulators; }
 
  private:
-  // Made in time: the folder's name may end before a profiler that a host keeps at file scope.
+  // Made now, since the folder's name may end before a profiler at a host's file scope does.
   const std::string defaultPath = (UtResultFolder + '/').append(ReportFileName);
   AccumulatorMap accumulators;
 };
