@@ -103,8 +103,8 @@ void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
 constexpr Handle NoFile = -1;
 
 bool StandsAt(const std::filesystem::path& path, Handle file) noexcept {
-  struct stat opened {
-  }, found{};
+  struct stat opened {};
+  struct stat found {};
   return fstat(file, &opened) == 0 && lstat(path.c_str(), &found) == 0 &&
          opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
 }
