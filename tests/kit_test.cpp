@@ -141,7 +141,7 @@ TEST_F(KitSettings, CountAsTheFallbackWhereTheyMakeNoSense) {
   for (const std::string text : {"", "1000000001", "-2", "1 ", "nan", "-inf", "0x1", "1e999", "1e",
                                  ".", "1,5", "Low", "onn"}) {
     EXPECT_EQ(Read(text), "7 0.5 1 high") << text;
-    EXPECT_EQ(settings.entries.at("f"), text) << "stays for the user to mend";
+    EXPECT_EQ(settings.entries.at("f"), text) << "stays for the user to fix";
   }
   EXPECT_EQ(reader.ReadText("f", "x"), "onn");
 }

@@ -18,7 +18,7 @@ class PluginSlot {
   // begins with (UTF-8, without the file's ending).
   PluginSlot(const std::string& name, const PluginHost& host);
 
-  // Takes the plugin out and loads it anew, as after it has been built anew.
+  // Takes the plugin out and loads it again, as after a new build of it.
   void Reload();
 
  private:

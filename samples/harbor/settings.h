@@ -27,7 +27,7 @@ struct Settings {
 
 // Asks for every setting, so that the store comes to list them all. A value that makes no sense
 // gets a warning in the log and counts as the default; its text stays in the store for the user to
-// mend.
+// fix.
 Settings ReadSettings(Common::Kit::SettingsReader& reader);
 
 // Settings that nobody asks for are typing errors, mostly.

@@ -14,7 +14,7 @@ using CallQueue = std::deque<std::function<void()>>;
 
 constexpr std::size_t CacheLine = 64;
 
-// Takes the first call out of the queue once it has run, by whatever way.
+// Takes the first call out of the queue once it has returned or thrown.
 class FirstCall {
  public:
   explicit FirstCall(CallQueue& queue) : queue(queue) {}

@@ -132,7 +132,7 @@ class Timers::State {
     State& timers;
   };
 
-  // Gives the callable of a repeating timer back to it when it has run, by whatever way, unless the
+  // Gives the callable of a repeating timer back to it once it has returned or thrown, unless the
   // timer was cancelled meanwhile.
   class CallbackLoan {
    public:

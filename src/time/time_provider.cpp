@@ -67,7 +67,7 @@ class ScopedTimeFiller : public Vorn::IScoped {
   TimeProviderImpl* const provider;
 };
 
-// How long a filler takes that is released at once. Each step asks the storage anew.
+// How long a filler takes that is released at once. Each step asks the storage again.
 std::uint64_t FillScope(std::uint64_t microseconds) {
   const Vorn::Service<STimeProvider> timeProvider;
   const std::uint64_t before = timeProvider.Get()->Now();

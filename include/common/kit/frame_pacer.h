@@ -56,8 +56,7 @@ class FramePacer {
   /// Throws std::invalid_argument for an interval of 0, and has then changed nothing.
   void SetInterval(std::uint64_t interval);
 
-  /// How many deadlines were given up. The one that a late call came for is not among them: that
-  /// call has answered it.
+  /// How many deadlines were given up. The deadline that a late call came for does not count.
   std::uint64_t Missed() const;
 
  private:

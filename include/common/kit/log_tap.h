@@ -104,7 +104,8 @@ class LogTap : public Log::SMessageLog {
   /// through, as at first, and Error lets errors through alone. Throws nothing.
   void SetLowest(Log::LogKind lowest);
 
-  /// How many lines of this kind came, those that did not pass included. Throws nothing.
+  /// How many lines of this kind came, those that did not pass included. The calls of
+  /// `log_format.h` ask Wants first, so of theirs only lines that pass come here. Throws nothing.
   std::uint64_t Count(Log::LogKind kind) const;
 
   /// The kept lines whose sequence is above `after`, oldest first. Costs a copy of those alone, so

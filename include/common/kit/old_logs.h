@@ -22,8 +22,8 @@ namespace Common::Kit {
 /// other, as old archives have, the time of the last change to the file counts.
 ///
 /// A file that cannot be deleted stays, and the others are deleted all the same. Throws
-/// std::bad_alloc. Any thread. REQUIRES: the archives of this folder are not wanted by anyone else,
-/// such as a guard file that is still to be named.
+/// std::bad_alloc. Any thread. REQUIRES: nobody else still needs the archives. So call it after
+/// `SMessageLog::SetGuardFile`, which may complete one of them.
 std::size_t PruneOldLogs(std::size_t keep);
 
 }  // namespace Common::Kit

@@ -1,6 +1,6 @@
 /// @file
 /// Settings with a type and a range, on top of the store, which knows text alone. A value that
-/// makes no sense counts as the fallback, stays in the store for the user to mend, and gets a
+/// makes no sense counts as the fallback, stays in the store for the user to fix, and gets a
 /// warning in the log. The reader remembers what was asked, so it can tell which keys of a file
 /// nobody knows, and what an options menu has to offer.
 ///
@@ -100,9 +100,9 @@ class SettingsReader {
   void WriteSwitch(const std::string& key, bool value);
 
   /// The keys of `entries` that no operation of this reader has read, in the byte order of the
-  /// keys. Ask for all settings first. Take the entries of a settings file, by
-  /// SConfigFile::ReadFile, which reports its bad lines again: those of the store also hold what
-  /// was added to it.
+  /// keys. Ask for all settings first. The entries may be those of the store, which also hold what
+  /// other code has added, or those of one file by SConfigFile::ReadFile, which reports its bad
+  /// lines again.
   std::vector<std::string> UnaskedKeys(const Config::ConfigEntries& entries) const;
 
   /// What was read so far, in the order in which it was first asked for. Enough for an options menu

@@ -4,8 +4,8 @@
 ///
 /// ```cpp
 /// const std::string path = Common::ConfigFolder + "/" + Common::ConfigFileName;
-/// if (!Common::Kit::SaveSafely(*settings, path)) log->LogWarning("settings are not saved: " +
-/// path);
+/// const bool isSaved = Common::Kit::SaveSafely(*settings, path);
+/// if (!isSaved) log->LogWarning("The settings are not saved.");
 /// ```
 ///
 /// At its end the store still saves in place. See the host guide for a way around that.

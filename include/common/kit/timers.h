@@ -44,7 +44,7 @@ class GameClock;
 /// of its own callbacks; the clock's SetOrigin is not called while a timer waits.
 class Timers {
  public:
-  /// Names one timer for its Timers, where no other ever gets the same name. It means nothing to
+  /// The name of one timer. No other timer of the same Timers ever gets it, and it means nothing to
   /// another Timers.
   struct Id {
     /// Whether both name the same timer, or none.
