@@ -17,7 +17,7 @@ using PressureMap = std::vector<std::array<float, MapSize>>;
 
 PressureMap Observe(std::uint64_t day) {
   PressureMap map(MapSize);
-  const float turn = static_cast<float>(day % 7);
+  const auto turn = static_cast<float>(day % 7);
   for (std::size_t y = 0; y < MapSize; ++y) {
     for (std::size_t x = 0; x < MapSize; ++x) {
       map[y][x] = std::sin(static_cast<float>(x) * 0.13F + turn) *
