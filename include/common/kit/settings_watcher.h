@@ -56,8 +56,7 @@ class SettingsWatcher {
   /// - What a look has seen survives a save that comes before the next look. What was edited and
   ///   saved over between two looks is lost, since `Save` merges nothing: look before you save.
   /// - A file that is missing or cannot be read changes nothing and interrupts no edit: some
-  /// editors
-  ///   move the file away for a moment.
+  ///   editors move the file away for a moment.
   ///
   /// One case looks like an edit and is none: the program saves a setting and changes it again
   /// before the next look, without a save. To be safe, look after each save too.
