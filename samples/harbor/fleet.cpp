@@ -44,7 +44,7 @@ std::vector<Ship> DrawFleet(Common::SSeedProvider& seeds, Common::Unique::SRunti
   const std::uint64_t lastArrival = settings.frames / 2;  // leaves time to serve the last one
   std::vector<Ship> fleet;
   for (std::uint64_t index = 0; index < settings.ships; ++index) {
-    Ship ship{};
+    Ship ship;
     ship.name = ids.MakeUniqueName(chance.OneOf(ShipNames));
     ship.cargo = chance.OneOf(Cargoes);
     ship.arrivalFrame = FirstArrival + lastArrival * index / settings.ships +

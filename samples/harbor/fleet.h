@@ -15,11 +15,11 @@ namespace Harbor {
 struct Ship {
   std::string name;
   std::string cargo;
-  std::uint64_t arrivalFrame;
-  bool hasPapers;
-  std::uint64_t tonnes;  // aboard on arrival
-  std::uint64_t keeps;   // stays aboard, as the ship is called away halfway; 0 for most
-  std::uint64_t aboard;
+  std::uint64_t arrivalFrame = 0;
+  bool hasPapers = true;
+  std::uint64_t tonnes = 0;  // aboard on arrival
+  std::uint64_t keeps = 0;   // stays aboard, as the ship is called away halfway; 0 for most
+  std::uint64_t aboard = 0;
   Common::Kit::Timers::Id unloading;  // the timer that ends it
 };
 
