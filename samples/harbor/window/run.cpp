@@ -12,6 +12,7 @@
 #include "../../panels/settings_editor.h"
 #include "../../panels/totem.h"
 #include "../../panels/waiting.h"
+#include "../interrupt.h"
 #include "../phases.h"
 #include "../shift.h"
 #include "../totem_values.h"
@@ -21,7 +22,6 @@
 namespace Harbor {
 namespace {
 
-constexpr std::uint64_t NoEnd = 1'000'000'000;
 constexpr const char* PictureFile = "window.png";
 
 // The panels stand in two columns in the right half of the window, until the user moves them.
@@ -98,13 +98,14 @@ void Desk::DrawGameControls() {
 
 }  // namespace
 
-// Without a number of frames it runs until the window is closed, and the harbor calls fleet after
-// fleet. With one, it leaves a picture of the last frame.
+// Without a number of frames it runs until the window is closed, whatever the settings say, and the
+// harbor calls fleet after fleet. With one, it leaves a picture of the last frame.
 Outcome RunShift(std::optional<std::uint64_t> frames) {
-  Shift shift(frames.value_or(NoEnd));
+  Shift shift(frames);
   Window window("harbor");
   Desk desk(shift);
-  for (std::uint64_t frame = 1; !shift.IsOver() && window.IsOpen(); ++frame) {
+  const auto isOver = [&] { return frames.has_value() ? shift.IsOver() : IsInterrupted(); };
+  for (std::uint64_t frame = 1; !isOver() && window.IsOpen(); ++frame) {
     if (frame == frames) window.TakePicture(PictureFile);
     if (shift.port.IsQuiet()) shift.port.CallFleet();
     shift.RunFrame([&](Common::Kit::TracedMeasurement& measurement) {
