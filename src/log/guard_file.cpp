@@ -115,7 +115,7 @@ void GuardFile::Add(std::span<const std::string> lines) noexcept {
   Counter& used = Head().used;
   const std::uint64_t before = used.load(std::memory_order_relaxed);
   char* end = Text().data() + before;
-  for (const std::string& line : lines) end = std::ranges::copy(line, end).out;
+  for (const std::string& line : lines) end = std::copy(line.begin(), line.end(), end);
   used.store(before + count, std::memory_order_release);
 }
 
