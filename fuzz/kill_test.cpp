@@ -157,7 +157,7 @@ std::vector<fs::path> FilesOfLogs() {
   if (fs::exists("old_logs")) {
     for (const auto& file : fs::directory_iterator("old_logs")) files.push_back(file.path());
   }
-  std::ranges::sort(files);  // by the time of archiving
+  std::sort(files.begin(), files.end());  // by the time of archiving
   files.emplace_back("zeb_log.txt");
   return files;
 }
