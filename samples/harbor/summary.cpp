@@ -1,6 +1,7 @@
 #include "summary.h"
 
 #include <chrono>
+#include <cstdint>
 #include <iomanip>
 
 #include "content_files.h"
@@ -11,6 +12,9 @@ namespace {
 
 // The time of a change may be rounded down, on Windows to whole seconds.
 constexpr std::chrono::seconds TimeStampStep{1};
+
+// A file that could not be written whole may have given back a part of the disk.
+constexpr std::uintmax_t LeastRoom = 64 * 1024;
 
 // Of the whole frames that the trace still holds.
 Common::Kit::Trace::Line FrameTimes(const Outcome& outcome) {
@@ -33,9 +37,12 @@ bool IsWrittenSince(std::filesystem::file_time_type begin, const std::string& fi
   return std::filesystem::file_size(file, isMissing) > 0 && !isMissing;
 }
 
+// Clang's library tells of no room at all as of an unknown amount.
 bool IsDiskFull() {
-  std::error_code isUnknown;
-  return std::filesystem::space(".", isUnknown).available == 0;
+  constexpr auto unknown = static_cast<std::uintmax_t>(-1);
+  std::error_code failure;
+  const std::uintmax_t available = std::filesystem::space(".", failure).available;
+  return !failure && (available < LeastRoom || available == unknown);
 }
 
 }  // namespace
