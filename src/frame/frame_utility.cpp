@@ -69,15 +69,10 @@ std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64
 }
 
 void FrameUtilityImpl::CancelCall(std::uint64_t id) {
-  const auto hasId = [id](const DelayedCall& call) { return call.stamp == id; };
   auto [sequence, end] = FindCandidates(id);
-  while (sequence < end) {
-    const auto match = std::find_if(CallAt(sequence), CallAt(end), hasId);
-    sequence = SequenceOf(match);
-    if (sequence == end) return;
-    Cancel(sequence);
-    // The destructor of the callable may have let a tick serve calls.
-    sequence = std::max(sequence + 1, callsServed);
+  // The destructor of a callable may let a tick serve calls.
+  for (; sequence < end; sequence = std::max(sequence + 1, callsServed)) {
+    if (CallAt(sequence)->stamp == id) Cancel(sequence);
   }
 }
 

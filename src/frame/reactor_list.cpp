@@ -1,12 +1,29 @@
 #include "reactor_list.h"
 
 #include <cassert>
+#include <cstddef>
 #include <iterator>
 
 #include "frame_reactor.h"
 #include "scope_exit.h"
 
 namespace Common {
+namespace {
+
+// Asks the caches for the reactors that come next, by their place: following the links would wait
+// for each in turn. Most reactors lie side by side in the order of the walk, and any address will
+// do.
+void FetchAhead([[maybe_unused]] const FrameReactorImpl* reactor) {
+#ifdef __GNUC__
+  constexpr std::size_t Ahead = 8;
+  constexpr std::size_t CacheLine = 64;
+  const char* const place = reinterpret_cast<const char*>(reactor) + Ahead * sizeof *reactor;
+  __builtin_prefetch(place);
+  __builtin_prefetch(place + CacheLine);
+#endif
+}
+
+}  // namespace
 
 ReactorList::ReactorList() : entries(BlockAllocator<Entry>(&entryMemory)) {}
 
@@ -32,6 +49,7 @@ void ReactorList::React(std::uint64_t frameNumber) {
   const ScopeExit atEnd([this] { running = nullptr; });
   for (FrameReactorImpl* reactor = first; reactor != nullptr; reactor = reactor->following) {
     running = reactor;
+    FetchAhead(reactor);
     reactor->React(frameNumber);
   }
 }
