@@ -13,11 +13,16 @@
 
 #include <benchmark/benchmark.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Common::Bench {
@@ -86,6 +91,25 @@ inline std::chrono::nanoseconds ThreadTime() {
   timespec reading{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &reading);
   return std::chrono::seconds(reading.tv_sec) + std::chrono::nanoseconds(reading.tv_nsec);
+}
+
+// A monotonic clock as a library without services would read it.
+inline std::uint64_t ReadMicroseconds() {
+  const std::chrono::nanoseconds reading = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(reading.count()) / 1000;
+}
+
+// As a service has to: look the clock up, then read it.
+inline std::uint64_t LookUpAndReadClock() {
+  benchmark::DoNotOptimize(Clock::Get());
+  return ReadMicroseconds();
+}
+
+// The least that a file can be written with.
+inline void WriteAtOnce(const std::string& path, std::string_view text) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) std::abort();
+  close(file);
 }
 
 // Times `make` alone, `batch` at a time: what it returns is dropped between the measurements. For

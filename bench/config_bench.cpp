@@ -1,16 +1,10 @@
 // Settings text into a map, and a map into text and into a file. The text is what the store itself
 // writes: keys of 21 bytes in ascending order, `key = value`, a line feed.
-#include <boost/property_tree/ini_parser.hpp>
 #include <glib.h>
 #include <ini.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <array>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -20,9 +14,7 @@ namespace Common::Bench {
 namespace {
 
 using Config::ConfigEntries;
-using Tree = boost::property_tree::ptree;
 using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_free)>;
-using GlibText = std::unique_ptr<char, decltype(&g_free)>;
 
 constexpr std::array LineCounts{10, 1'000, 10'000, 100'000};
 const std::string GlibGroup = "[settings]\n";  // GKeyFile reads no key outside of a group
@@ -46,19 +38,7 @@ std::string Join(const std::vector<std::string>& lines) {
   return text;
 }
 
-// `size` is that of the text which one iteration reads or makes.
-void ShowBytesPerSecond(benchmark::State& state, std::size_t size) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
-}
-
 // ---- Text into a map.
-
-Tree ReadTree(const std::string& text) {
-  Tree tree;
-  std::istringstream input(text);
-  boost::property_tree::read_ini(input, tree);
-  return tree;
-}
 
 KeyFile ReadGroup(const std::string& textWithGroup) {
   KeyFile file(g_key_file_new(), g_key_file_free);
@@ -66,8 +46,6 @@ KeyFile ReadGroup(const std::string& textWithGroup) {
                             nullptr);
   return file;
 }
-
-KeyFile ReadKeyFile(const std::string& text) { return ReadGroup(GlibGroup + text); }
 
 ConfigEntries ReadWithInih(const std::string& text) {
   ConfigEntries entries;
@@ -112,7 +90,6 @@ void RegisterParser(const std::string& job, int lines, const std::string& who,
                     const std::string& text, Parse parse) {
   const auto run = [=](benchmark::State& state) {
     TimeMaking(state, BatchOf(lines), [&] { return parse(text); });
-    ShowBytesPerSecond(state, text.size());
   };
   benchmark::RegisterBenchmark(Name(job, lines, who).c_str(), run)->UseManualTime();
 }
@@ -126,7 +103,6 @@ void RegisterParsers(Config::SConfigFile* config, const std::string& job,
   };
   RegisterParser(job, count, "ours", text, parse);
   RegisterParser(job, count, "inih", text, ReadWithInih);
-  RegisterParser(job, count, "property_tree", text, ReadTree);
   RegisterParser(job, count, "gkeyfile", GlibGroup + text, ReadGroup);
   RegisterParser(job, count, "floor", text, ScanByHand);
 }
@@ -143,70 +119,34 @@ std::string AppendAll(const ConfigEntries& entries) {
   return text;
 }
 
-std::string TreeToText(const Tree& tree) {
-  std::ostringstream output;
-  boost::property_tree::write_ini(output, tree);
-  return std::move(output).str();
-}
-
-GlibText KeyFileToText(const KeyFile& file) {
-  return {g_key_file_to_data(file.get(), nullptr, nullptr), g_free};
-}
-
-void WriteAtOnce(const std::string& path, const std::string& text) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) std::abort();
-  close(file);
-}
-
-void WriteStream(const std::string& path, std::string_view text) {
-  std::ofstream(path, std::ios::trunc)
-      .write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-// `read` makes what `format` turns into text, and `save` into a file.
-template <class Read, class Format>
-void RegisterFormatter(int lines, const std::string& who, Read read, Format format) {
+template <class Format>
+void RegisterFormatter(int lines, const std::string& who, Format format) {
   const auto run = [=](benchmark::State& state) {
-    const std::string text = Join(MakeLines(lines));
-    const auto input = read(text);
-    TimeMaking(state, BatchOf(lines), [&] { return format(input); });
-    ShowBytesPerSecond(state, text.size());
+    const ConfigEntries entries = ScanByHand(Join(MakeLines(lines)));
+    TimeMaking(state, BatchOf(lines), [&] { return format(entries); });
   };
   benchmark::RegisterBenchmark(Name("format", lines, who).c_str(), run)->UseManualTime();
 }
 
-template <class Read, class Save>
-void RegisterWriter(int lines, const std::string& who, Read read, Save save) {
+template <class Save>
+void RegisterWriter(int lines, const std::string& who, Save save) {
   const auto run = [=](benchmark::State& state) {
-    const std::string text = Join(MakeLines(lines));
-    const auto input = read(text);
+    const ConfigEntries entries = ScanByHand(Join(MakeLines(lines)));
     const ScopedFolder folder(MemoryFolder);
     const std::string path = folder.File("settings.txt");
-    for (auto _ : state) save(path, input);
-    ShowBytesPerSecond(state, text.size());
+    for (auto _ : state) save(path, entries);
   };
   benchmark::RegisterBenchmark(Name("write_file", lines, who).c_str(), run);
 }
 
 void RegisterFormatters(Config::SConfigFile* config, int lines) {
-  RegisterFormatter(lines, "ours", ScanByHand,
-                    [=](const auto& entries) { return config->FormatEntries(entries); });
-  RegisterFormatter(lines, "property_tree", ReadTree, TreeToText);
-  RegisterFormatter(lines, "gkeyfile", ReadKeyFile, KeyFileToText);
-  RegisterFormatter(lines, "floor", ScanByHand, AppendAll);
-
-  RegisterWriter(lines, "ours", ScanByHand, [=](const std::string& path, const auto& entries) {
+  RegisterFormatter(lines, "ours",
+                    [=](const ConfigEntries& entries) { return config->FormatEntries(entries); });
+  RegisterFormatter(lines, "floor", AppendAll);
+  RegisterWriter(lines, "ours", [=](const std::string& path, const ConfigEntries& entries) {
     config->WriteFile(entries, path);
   });
-  RegisterWriter(lines, "property_tree", ReadTree, [](const std::string& path, const Tree& tree) {
-    boost::property_tree::write_ini(path, tree);
-  });
-  // Its own way of saving waits for the disk.
-  RegisterWriter(lines, "gkeyfile", ReadKeyFile, [](const std::string& path, const KeyFile& file) {
-    WriteStream(path, KeyFileToText(file).get());
-  });
-  RegisterWriter(lines, "floor", ScanByHand, [](const std::string& path, const auto& entries) {
+  RegisterWriter(lines, "floor", [](const std::string& path, const ConfigEntries& entries) {
     WriteAtOnce(path, AppendAll(entries));
   });
 }

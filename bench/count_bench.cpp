@@ -2,7 +2,8 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
-#include <memory>
+#include <atomic>
+#include <cstdint>
 
 #include "bench.h"
 
@@ -15,8 +16,25 @@ struct Boosts : boost::intrusive_ref_counter<Boosts> {
   virtual ~Boosts() = default;
 };
 
-struct Plain {
-  virtual ~Plain() = default;
+// The least that keeps an object until each `OnReleased` has returned: a reference more; one less,
+// with a release under way; and that release done.
+class ByHand {
+ public:
+  explicit ByHand(std::atomic<std::uint64_t>* state) : state(state) { state->fetch_add(1); }
+  ByHand(const ByHand& other) : ByHand(other.state) {}
+  ~ByHand() {
+    state->fetch_add(OneRelease - 1);
+    state->fetch_sub(OneRelease);
+  }
+
+  ByHand& operator=(const ByHand&) = delete;
+
+  const void* get() const { return state; }
+
+ private:
+  static constexpr std::uint64_t OneRelease = 1ULL << 32;
+
+  std::atomic<std::uint64_t>* const state;
 };
 
 template <class Pointer>
@@ -39,7 +57,8 @@ void RegisterPointer(const std::string& who, const Pointer& pointer) {
 void RegisterCount() {
   RegisterPointer("ours", Vorn::IntrudablePtr<Ours>(new Ours));
   RegisterPointer("intrusive_ptr", boost::intrusive_ptr<Boosts>(new Boosts));
-  RegisterPointer("shared_ptr", std::make_shared<Plain>());
+  static std::atomic<std::uint64_t> state{0};
+  RegisterPointer("floor", ByHand(&state));
 }
 
 }  // namespace Common::Bench

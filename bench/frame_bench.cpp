@@ -1,36 +1,24 @@
 // A tick with many reactors, and delayed calls: scheduled, served, cancelled.
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/signals2/dummy_mutex.hpp>
-#include <boost/signals2/signal_type.hpp>
-#include <uv.h>
-
 #include <algorithm>
 #include <array>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
 #include <vector>
 
 #include "bench.h"
+#include "event_loops.h"
 
 namespace Common::Bench {
 namespace {
 
-constexpr std::array Counts{1'000, 10'000, 100'000};
+constexpr std::array<std::size_t, 3> Counts{1'000, 10'000, 100'000};
 
 // What every callback does.
 auto AddTo(std::uint64_t* sum) {
   return [sum](std::uint64_t value) { *sum += value; };
-}
-
-// As a service has to: look the clock up, then read it.
-std::uint64_t LookUpAndReadClock() {
-  benchmark::DoNotOptimize(Clock::Get());
-  const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::microseconds>(sinceStart).count());
 }
 
 // Free pieces all over the heap, as every engine has after a while. The heap is whole again when
@@ -52,12 +40,12 @@ class HeapInPieces {
 
 // ---- Reactors.
 
-void TickReactors(benchmark::State& state, SFrameUtility* frames, int count,
+void TickReactors(benchmark::State& state, SFrameUtility* frames, std::size_t count,
                   std::uint64_t interval) {
   const HeapInPieces heap;
   std::uint64_t sum = 0;
   std::vector<Vorn::IntrudablePtr<IFrameReactor>> reactors;
-  for (int index = 0; index < count; ++index) {
+  for (std::size_t index = 0; index < count; ++index) {
     reactors.push_back(frames->CreateReactor(interval));
     reactors.back()->SetCallback(AddTo(&sum));
   }
@@ -65,38 +53,42 @@ void TickReactors(benchmark::State& state, SFrameUtility* frames, int count,
   benchmark::DoNotOptimize(sum);
 }
 
-// In random order, as the objects of a scene go that hold them.
-void ReleaseReactors(benchmark::State& state, SFrameUtility* frames, std::size_t count) {
-  std::vector<Vorn::IntrudablePtr<IFrameReactor>> reactors(count);
+// In random order, as the objects of a scene go that hold them. `make` makes one object; `release`
+// releases it.
+template <class Make, class Release>
+void ReleaseInRandomOrder(benchmark::State& state, std::size_t count, Make make, Release release) {
+  std::vector<decltype(make())> objects(count);
   for (auto _ : state) {
-    for (auto& reactor : reactors) reactor = frames->CreateReactor(0);
-    std::shuffle(reactors.begin(), reactors.end(), std::minstd_rand(1));
+    std::ranges::generate(objects, make);
+    std::shuffle(objects.begin(), objects.end(), std::minstd_rand(1));
     const std::chrono::nanoseconds before = ThreadTime();
-    for (auto& reactor : reactors) reactor = nullptr;
+    std::ranges::for_each(objects, release);
     const std::chrono::duration<double> taken = ThreadTime() - before;
     state.SetIterationTime(taken.count());
   }
 }
 
-void EmitSignal(benchmark::State& state, int count) {
-  const HeapInPieces heap;
-  namespace Signals = boost::signals2;
-  using Signal = Signals::signal_type<void(std::uint64_t),
-                                      Signals::keywords::mutex_type<Signals::dummy_mutex>>::type;
+void ReleaseReactors(benchmark::State& state, SFrameUtility* frames, std::size_t count) {
+  ReleaseInRandomOrder(
+      state, count, [=] { return frames->CreateReactor(0); },
+      [](auto& reactor) { reactor = nullptr; });
+}
+
+// Callbacks that stay where they are, in an order that each can leave.
+void EraseFromMap(benchmark::State& state, std::size_t count) {
   std::uint64_t sum = 0;
-  Signal signal;
-  for (int index = 0; index < count; ++index) signal.connect(AddTo(&sum));
-  std::uint64_t frame = 0;
-  for (auto _ : state) signal(++frame);
-  benchmark::DoNotOptimize(sum);
+  std::map<std::size_t, std::function<void(std::uint64_t)>> callbacks;
+  ReleaseInRandomOrder(
+      state, count,
+      [&] { return callbacks.emplace_hint(callbacks.end(), callbacks.size(), AddTo(&sum)); },
+      [&](auto place) { callbacks.erase(place); });
 }
 
 // `before` is what each call costs on top of the call itself.
 template <class Before>
-void CallEach(benchmark::State& state, int count, Before before) {
+void CallEach(benchmark::State& state, std::size_t count, Before before) {
   std::uint64_t sum = 0;
-  const std::vector<std::function<void(std::uint64_t)>> callbacks(static_cast<std::size_t>(count),
-                                                                  AddTo(&sum));
+  const std::vector<std::function<void(std::uint64_t)>> callbacks(count, AddTo(&sum));
   std::uint64_t frame = 0;
   for (auto _ : state) {
     ++frame;
@@ -108,7 +100,7 @@ void CallEach(benchmark::State& state, int count, Before before) {
   benchmark::DoNotOptimize(sum);
 }
 
-void RegisterReactors(SFrameUtility* frames, int count) {
+void RegisterReactors(SFrameUtility* frames, std::size_t count) {
   const auto add = [count](const std::string& job, const std::string& who, auto run) {
     benchmark::RegisterBenchmark(Name(job, count, who).c_str(), run);
   };
@@ -116,7 +108,6 @@ void RegisterReactors(SFrameUtility* frames, int count) {
     add("tick_interval_" + std::to_string(interval), "ours",
         [=](benchmark::State& state) { TickReactors(state, frames, count, interval); });
   }
-  add("tick_interval_0", "signals2", [=](benchmark::State& state) { EmitSignal(state, count); });
   add("tick_interval_0", "floor", [=](benchmark::State& state) { CallEach(state, count, [] {}); });
   add("tick_interval_1", "floor", [=](benchmark::State& state) {
     CallEach(state, count, [] { benchmark::DoNotOptimize(LookUpAndReadClock()); });
@@ -124,23 +115,26 @@ void RegisterReactors(SFrameUtility* frames, int count) {
 }
 
 void RegisterRelease(SFrameUtility* frames, std::size_t count) {
-  const auto release = [=](benchmark::State& state) { ReleaseReactors(state, frames, count); };
-  benchmark::RegisterBenchmark(Name("release_reactors", count, "ours").c_str(), release)
-      ->UseManualTime();
+  const auto add = [count](const std::string& who, auto run) {
+    benchmark::RegisterBenchmark(Name("release_reactors", count, who).c_str(), run)
+        ->UseManualTime();
+  };
+  add("ours", [=](benchmark::State& state) { ReleaseReactors(state, frames, count); });
+  add("floor", [=](benchmark::State& state) { EraseFromMap(state, count); });
 }
 
-// ---- Delayed calls. Each kind schedules `count` calls that are due at once, cancels one of them
-// by what scheduling it returned, and serves the others.
+// ---- Delayed calls, as one more kind of timers: the id that is cancelled is what starting one
+// returned.
 
 class OurCalls {
  public:
   OurCalls(SFrameUtility* frames, std::size_t count) : frames(frames), ids(count) {}
 
-  void Schedule() {
-    for (std::uint64_t& id : ids) id = frames->ScheduleCall(AddTo(&sum), 1, 0);
+  void Start(std::size_t index, std::uint64_t delay) {
+    ids[index] = frames->ScheduleCall(AddTo(&sum), 1, delay);
   }
-  void Cancel(std::size_t index) { frames->CancelCall(ids[index]); }
-  void Serve() { frames->Tick(); }
+  void Stop(std::size_t index) { frames->CancelCall(ids[index]); }
+  void Turn() { frames->Tick(); }
 
  private:
   SFrameUtility* const frames;
@@ -148,80 +142,18 @@ class OurCalls {
   std::vector<std::uint64_t> ids;
 };
 
-// The timers are there beforehand: a host would keep them.
-class AsioTimers {
- public:
-  explicit AsioTimers(std::size_t count) {
-    for (std::size_t index = 0; index < count; ++index) timers.emplace_back(context);
-  }
-
-  void Schedule() {
-    for (auto& timer : timers) {
-      timer.expires_after(std::chrono::steady_clock::duration::zero());
-      timer.async_wait([add = AddTo(&sum)](const boost::system::error_code& error) {
-        if (!error) add(1);
-      });
-    }
-  }
-  void Cancel(std::size_t index) { timers[index].cancel(); }
-  void Serve() {
-    context.run();
-    context.restart();
-  }
-
- private:
-  std::uint64_t sum = 0;
-  boost::asio::io_context context{BOOST_ASIO_CONCURRENCY_HINT_UNSAFE};
-  std::deque<boost::asio::steady_timer> timers;
-};
-
-class UvTimers {
- public:
-  explicit UvTimers(std::size_t count) : timers(count) {
-    uv_loop_init(&loop);
-    for (uv_timer_t& timer : timers) {
-      uv_timer_init(&loop, &timer);
-      timer.data = &sum;
-    }
-  }
-  ~UvTimers() {
-    for (uv_timer_t& timer : timers) uv_close(reinterpret_cast<uv_handle_t*>(&timer), nullptr);
-    uv_run(&loop, UV_RUN_DEFAULT);
-    uv_loop_close(&loop);
-  }
-
-  UvTimers(const UvTimers&) = delete;
-  UvTimers& operator=(const UvTimers&) = delete;
-
-  void Schedule() {
-    const uv_timer_cb addOne = [](uv_timer_t* fired) {
-      *static_cast<std::uint64_t*>(fired->data) += 1;
-    };
-    for (uv_timer_t& timer : timers) uv_timer_start(&timer, addOne, 0, 0);
-  }
-  void Cancel(std::size_t index) { uv_timer_stop(&timers[index]); }
-  void Serve() { uv_run(&loop, UV_RUN_DEFAULT); }
-
- private:
-  std::uint64_t sum = 0;
-  uv_loop_t loop{};
-  std::vector<uv_timer_t> timers;
-};
-
-// A queue of what a call consists of. Scheduling looks the clock up and reads it; cancelling halves
-// the queue, which is in the order of its ids, and empties all calls of an id; serving compares
-// each delay with one reading.
+// A queue of what a call consists of. Starting one looks the clock up and reads it. Stopping one
+// finds it by binary search, since the queue is in the order of its ids, and empties all calls of
+// that id. A turn compares each delay with one reading.
 class QueueFloor {
  public:
   explicit QueueFloor(std::size_t count) : ids(count) {}
 
-  void Schedule() {
-    for (std::uint64_t& id : ids) {
-      id = LookUpAndReadClock();
-      queue.push_back({id, 0, 1, AddTo(&sum)});
-    }
+  void Start(std::size_t index, std::uint64_t delay) {
+    ids[index] = LookUpAndReadClock();
+    queue.push_back({ids[index], delay, 1, AddTo(&sum)});
   }
-  void Cancel(std::size_t index) {
+  void Stop(std::size_t index) {
     const std::uint64_t id = ids[index];
     auto call = std::lower_bound(queue.begin(), queue.end(), id,
                                  [](const Call& left, auto right) { return left.stamp < right; });
@@ -230,7 +162,7 @@ class QueueFloor {
       call->callback = [](std::uint64_t) {};
     }
   }
-  void Serve() {
+  void Turn() {
     const std::uint64_t now = LookUpAndReadClock();
     for (; !queue.empty(); queue.pop_front()) {
       const Call& front = queue.front();
@@ -253,11 +185,16 @@ class QueueFloor {
 };
 
 template <class Calls>
+void StartAll(Calls& calls, std::size_t count) {
+  for (std::size_t index = 0; index < count; ++index) calls.Start(index, 0);
+}
+
+template <class Calls>
 void ScheduleAndServe(benchmark::State& state, Calls&& calls, std::size_t count) {
   for (auto _ : state) {
-    calls.Schedule();
-    calls.Cancel(count / 2);
-    calls.Serve();
+    StartAll(calls, count);
+    calls.Stop(count / 2);
+    calls.Turn();
   }
 }
 
@@ -266,51 +203,39 @@ template <class Calls>
 void CancelOneByOne(benchmark::State& state, Calls&& calls, std::size_t count) {
   constexpr std::size_t Stride = 7919;
   std::size_t cancelled = 0;
-  calls.Schedule();
+  StartAll(calls, count);
   for (auto _ : state) {
-    calls.Cancel(cancelled * Stride % count);
+    calls.Stop(cancelled * Stride % count);
     if (++cancelled < count) continue;
     state.PauseTiming();
     cancelled = 0;
-    calls.Serve();
-    calls.Schedule();
+    calls.Turn();
+    StartAll(calls, count);
     state.ResumeTiming();
   }
-  calls.Serve();
+  calls.Turn();
 }
 
-void RegisterCalls(SFrameUtility* frames, std::size_t count) {
-  const auto add = [count](const std::string& who, auto makeCalls) {
-    benchmark::RegisterBenchmark(
-        Name("delayed_calls", count, who).c_str(),
-        [=](benchmark::State& state) { ScheduleAndServe(state, *makeCalls(), count); });
-  };
-  const auto addCancel = [count](const std::string& who, auto makeCalls) {
-    benchmark::RegisterBenchmark(
-        Name("cancel_one_call", count, who).c_str(),
-        [=](benchmark::State& state) { CancelOneByOne(state, *makeCalls(), count); });
-  };
-  const auto makeOurs = [=] { return std::make_unique<OurCalls>(frames, count); };
-  const auto makeAsio = [=] { return std::make_unique<AsioTimers>(count); };
-  const auto makeUv = [=] { return std::make_unique<UvTimers>(count); };
-  add("ours", makeOurs);
-  add("asio", makeAsio);
-  add("libuv", makeUv);
-  const auto makeFloor = [=] { return std::make_unique<QueueFloor>(count); };
-  add("floor", makeFloor);
-  addCancel("ours", makeOurs);
-  addCancel("asio", makeAsio);
-  addCancel("libuv", makeUv);
-  addCancel("floor", makeFloor);
+template <class MakeCalls>
+void RegisterCalls(const std::string& who, std::size_t count, MakeCalls makeCalls) {
+  benchmark::RegisterBenchmark(
+      Name("delayed_calls", count, who).c_str(),
+      [=](benchmark::State& state) { ScheduleAndServe(state, *makeCalls(), count); });
+  benchmark::RegisterBenchmark(
+      Name("cancel_one_call", count, who).c_str(),
+      [=](benchmark::State& state) { CancelOneByOne(state, *makeCalls(), count); });
 }
 
 }  // namespace
 
 void RegisterFrame(const Plan& plan) {
   SFrameUtility* const frames = plan.services.frames.get();
-  for (const int count : Counts) {
+  for (const std::size_t count : Counts) {
     RegisterReactors(frames, count);
-    RegisterCalls(frames, static_cast<std::size_t>(count));
+    RegisterCalls("ours", count, [=] { return std::make_unique<OurCalls>(frames, count); });
+    RegisterCalls("asio", count, [=] { return std::make_unique<AsioTimers>(count); });
+    RegisterCalls("libuv", count, [=] { return std::make_unique<UvTimers>(count); });
+    RegisterCalls("floor", count, [=] { return std::make_unique<QueueFloor>(count); });
   }
   for (const std::size_t count : {250'000U, 1'000'000U}) RegisterRelease(frames, count);
 }

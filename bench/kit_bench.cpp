@@ -4,17 +4,11 @@
 #include <common/kit/timers.h>
 #include <common/kit/trace.h>
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <uv.h>
-
-#include <deque>
 #include <functional>
-#include <mutex>
 #include <random>
 
 #include "bench.h"
+#include "event_loops.h"
 
 namespace Common::Bench {
 namespace {
@@ -27,9 +21,7 @@ using Kit::TracedMeasurement;
 constexpr std::size_t WaitingCount = 100'000;
 constexpr std::uint64_t FarMicroseconds = 3'600'000'000;
 
-// ---- Timers. Each kind keeps `WaitingCount` timers waiting, an hour and more ahead in random
-// order. `Arm` makes one, `Disarm` cancels it; `ServeSoon` makes one that is due at once and serves
-// it.
+// ---- Timers. `WaitingCount` of each kind wait, an hour and more ahead in random order.
 
 std::uint64_t FarDelay() {
   static std::minstd_rand random(7);
@@ -38,129 +30,65 @@ std::uint64_t FarDelay() {
 
 class OurTimers {
  public:
-  explicit OurTimers(SFrameUtility* frames) : frames(frames), timers(*frames) {}
+  OurTimers(SFrameUtility* frames, std::size_t count)
+      : frames(frames), timers(*frames), ids(count) {}
 
-  void Arm(std::size_t index) {
-    ids[index] = timers.After(FarDelay(), [this] { ++served; });
+  void Start(std::size_t index, std::uint64_t delay) {
+    ids[index] = timers.After(delay, [this] { ++served; });
   }
-  void Disarm(std::size_t index) { timers.Cancel(ids[index]); }
-  void ServeSoon(std::size_t index) {
-    ids[index] = timers.After(0, [this] { ++served; });
-    frames->Tick();
-  }
+  void Stop(std::size_t index) { timers.Cancel(ids[index]); }
+  void Turn() { frames->Tick(); }
 
  private:
   SFrameUtility* const frames;
   std::uint64_t served = 0;
   Timers timers;
-  std::vector<Timers::Id> ids = std::vector<Timers::Id>(WaitingCount);
+  std::vector<Timers::Id> ids;
 };
 
-// The timers are there beforehand: a host would keep them.
-class AsioWaits {
- public:
-  AsioWaits() {
-    for (std::size_t index = 0; index < WaitingCount; ++index) timers.emplace_back(context);
-  }
-
-  void Arm(std::size_t index) { Start(index, std::chrono::microseconds(FarDelay())); }
-  void Disarm(std::size_t index) {
-    constexpr std::size_t CancelledWaitsKept = 1'000;
-    timers[index].cancel();
-    if (++disarmed % CancelledWaitsKept == 0) context.poll();  // hands the cancelled waits out
-  }
-  void ServeSoon(std::size_t index) {
-    Start(index, std::chrono::microseconds(0));
-    context.poll();
-  }
-
- private:
-  void Start(std::size_t index, std::chrono::microseconds delay) {
-    timers[index].expires_after(delay);
-    timers[index].async_wait([this](const boost::system::error_code& error) {
-      if (!error) ++served;
-    });
-  }
-
-  std::uint64_t served = 0;
-  std::size_t disarmed = 0;
-  boost::asio::io_context context{BOOST_ASIO_CONCURRENCY_HINT_UNSAFE};
-  std::deque<boost::asio::steady_timer> timers;
-};
-
-class UvWaits {
- public:
-  UvWaits() {
-    uv_loop_init(&loop);
-    for (uv_timer_t& timer : timers) {
-      uv_timer_init(&loop, &timer);
-      timer.data = &served;
-    }
-  }
-  ~UvWaits() {
-    for (uv_timer_t& timer : timers) uv_close(reinterpret_cast<uv_handle_t*>(&timer), nullptr);
-    uv_run(&loop, UV_RUN_DEFAULT);
-    uv_loop_close(&loop);
-  }
-
-  UvWaits(const UvWaits&) = delete;
-  UvWaits& operator=(const UvWaits&) = delete;
-
-  void Arm(std::size_t index) { uv_timer_start(&timers[index], Count, FarDelay() / 1000, 0); }
-  void Disarm(std::size_t index) { uv_timer_stop(&timers[index]); }
-  void ServeSoon(std::size_t index) {
-    uv_timer_start(&timers[index], Count, 0, 0);
-    uv_run(&loop, UV_RUN_NOWAIT);
-  }
-
- private:
-  static void Count(uv_timer_t* fired) { ++*static_cast<std::uint64_t*>(fired->data); }
-
-  std::uint64_t served = 0;
-  uv_loop_t loop{};
-  std::vector<uv_timer_t> timers = std::vector<uv_timer_t>(WaitingCount);
-};
-
-template <class Waits>
-void ArmAll(Waits& waits) {
-  for (std::size_t index = 0; index < WaitingCount; ++index) waits.Arm(index);
+template <class AnyTimers>
+void StartAll(AnyTimers& timers) {
+  for (std::size_t index = 0; index < WaitingCount; ++index) timers.Start(index, FarDelay());
 }
 
-// Cancels timers that lie all over the heap, and makes each anew.
-template <class Waits>
-void CancelAndMake(benchmark::State& state, Waits&& waits) {
+// Cancels timers that lie all over the heap, and makes each again. A turn now and then hands out
+// what a loop keeps of the cancelled ones.
+template <class AnyTimers>
+void CancelAndMake(benchmark::State& state, AnyTimers&& timers) {
   constexpr std::size_t Stride = 7919;
-  ArmAll(waits);
-  std::size_t index = 0;
+  constexpr std::size_t CancelsATurn = 1'000;
+  StartAll(timers);
+  std::size_t cancelled = 0;
   for (auto _ : state) {
-    waits.Disarm(index);
-    waits.Arm(index);
-    index = (index + Stride) % WaitingCount;
+    const std::size_t index = cancelled * Stride % WaitingCount;
+    timers.Stop(index);
+    timers.Start(index, FarDelay());
+    if (++cancelled % CancelsATurn == 0) timers.Turn();
   }
 }
 
 // One timer comes due among all that wait, and one turn of the loop serves it: a tick, or a look at
 // the system's events too.
-template <class Waits>
-void Serve(benchmark::State& state, Waits&& waits) {
-  ArmAll(waits);
-  waits.Disarm(0);
-  for (auto _ : state) waits.ServeSoon(0);
+template <class AnyTimers>
+void Serve(benchmark::State& state, AnyTimers&& timers) {
+  StartAll(timers);
+  timers.Stop(0);
+  for (auto _ : state) {
+    timers.Start(0, 0);
+    timers.Turn();
+  }
 }
 
-template <class MakeWaits>
-void RegisterWaits(const std::string& who, MakeWaits makeWaits) {
+template <class MakeTimers>
+void RegisterTimers(const std::string& who, MakeTimers makeTimers) {
   benchmark::RegisterBenchmark(
       Name("timer_cancel_and_make", WaitingCount, who).c_str(),
-      [=](benchmark::State& state) { CancelAndMake(state, *makeWaits()); });
+      [=](benchmark::State& state) { CancelAndMake(state, *makeTimers()); });
   benchmark::RegisterBenchmark(Name("timer_serve", WaitingCount, who).c_str(),
-                               [=](benchmark::State& state) { Serve(state, *makeWaits()); });
+                               [=](benchmark::State& state) { Serve(state, *makeTimers()); });
 }
 
-// ---- Posted calls. `Post` is for any thread; `Serve` runs what has been posted. Its count lies
-// apart from what the posting threads read.
-
-constexpr std::size_t CacheLine = 64;
+// ---- Posted calls.
 
 class OurPosts {
  public:
@@ -169,73 +97,11 @@ class OurPosts {
   void Post() {
     calls.Post([this] { ++served; });
   }
-  void Serve() { frames->Tick(); }
+  void Turn() { frames->Tick(); }
 
  private:
   SFrameUtility* const frames;
   PostedCalls calls;
-  alignas(CacheLine) std::uint64_t served = 0;
-};
-
-class AsioPosts {
- public:
-  void Post() {
-    boost::asio::post(context, [this] { ++served; });
-  }
-  void Serve() {
-    context.restart();
-    context.poll();
-  }
-
- private:
-  static constexpr int ThreadsThatServe = 1;
-
-  boost::asio::io_context context{ThreadsThatServe};
-  alignas(CacheLine) std::uint64_t served = 0;
-};
-
-// An async wakes the loop, and brings no queue.
-class UvPosts {
- public:
-  UvPosts() {
-    uv_loop_init(&loop);
-    uv_async_init(&loop, &async,
-                  [](uv_async_t* woken) { static_cast<UvPosts*>(woken->data)->RunPosted(); });
-    async.data = this;
-  }
-  ~UvPosts() {
-    uv_close(reinterpret_cast<uv_handle_t*>(&async), nullptr);
-    uv_run(&loop, UV_RUN_DEFAULT);
-    uv_loop_close(&loop);
-  }
-
-  UvPosts(const UvPosts&) = delete;
-  UvPosts& operator=(const UvPosts&) = delete;
-
-  void Post() {
-    {
-      const std::lock_guard lock(mutex);
-      posted.emplace_back([this] { ++served; });
-    }
-    uv_async_send(&async);
-  }
-  void Serve() { uv_run(&loop, UV_RUN_NOWAIT); }
-
- private:
-  void RunPosted() {
-    {
-      const std::lock_guard lock(mutex);
-      posted.swap(batch);
-    }
-    for (const std::function<void()>& call : batch) call();
-    batch.clear();
-  }
-
-  uv_loop_t loop{};
-  uv_async_t async{};
-  std::mutex mutex;
-  std::vector<std::function<void()>> posted;
-  std::vector<std::function<void()>> batch;
   alignas(CacheLine) std::uint64_t served = 0;
 };
 
@@ -251,7 +117,7 @@ void RegisterPosts(const std::string& who, MakePosts makePosts) {
     for (auto _ : state) {
       (*posts)->Post();
       if (!serves || --untilServed > 0) continue;
-      (*posts)->Serve();
+      (*posts)->Turn();
       untilServed = PostsATurn;
     }
     if (serves) posts->reset();
@@ -304,8 +170,9 @@ void RegisterTrace(SPerformanceProfiler* profiler, int accumulatorCount) {
 void RegisterReading(SPerformanceProfiler* profiler) {
   constexpr std::size_t Count = 2'500;
   const auto trace = std::make_shared<Trace>(Count);
-  for (std::size_t index = 0; index < Count; ++index)
-    TracedMeasurement(profiler->OpenAccumulator(SimulationName), *trace);
+  for (std::size_t index = 0; index < Count; ++index) {
+    const TracedMeasurement measurement(profiler->OpenAccumulator(SimulationName), *trace);
+  }
   RegisterJob(Name("trace_for_each", Count, "ours"), [=] {
     std::uint64_t sum = 0;
     trace->ForEach([&sum](const Trace::Measurement& measured) { sum += measured.duration; });
@@ -325,9 +192,9 @@ void RegisterReading(SPerformanceProfiler* profiler) {
 
 void RegisterKit(const Plan& plan) {
   SFrameUtility* const frames = plan.services.frames.get();
-  RegisterWaits("ours", [=] { return std::make_unique<OurTimers>(frames); });
-  RegisterWaits("asio", [] { return std::make_unique<AsioWaits>(); });
-  RegisterWaits("libuv", [] { return std::make_unique<UvWaits>(); });
+  RegisterTimers("ours", [=] { return std::make_unique<OurTimers>(frames, WaitingCount); });
+  RegisterTimers("asio", [] { return std::make_unique<AsioTimers>(WaitingCount); });
+  RegisterTimers("libuv", [] { return std::make_unique<UvTimers>(WaitingCount); });
   RegisterPosts("ours", [=] { return std::make_unique<OurPosts>(frames); });
   RegisterPosts("asio_post", [] { return std::make_unique<AsioPosts>(); });
   RegisterPosts("uv_async", [] { return std::make_unique<UvPosts>(); });

@@ -2,15 +2,6 @@
 // batches.
 #include <common/kit/log_tap.h>
 
-#include <boost/log/attributes/clock.hpp>
-#include <boost/log/core/core.hpp>
-#include <boost/log/expressions.hpp>
-#include <boost/log/sinks/sync_frontend.hpp>
-#include <boost/log/sinks/text_ostream_backend.hpp>
-#include <boost/log/sources/logger.hpp>
-#include <boost/log/sources/record_ostream.hpp>
-#include <boost/log/support/date_time.hpp>
-#include <boost/make_shared.hpp>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/ostream_sink.h>
 #include <spdlog/spdlog.h>
@@ -76,6 +67,22 @@ class TappedLog : OurLog {
   Kit::LogTap tap{std::make_unique<BorrowedLog>()};
 };
 
+// A tap's promise: its lines are numbered in the order of the file, so a line goes into the log
+// under the lock that guards what is kept.
+class TapFloor : OurLog {
+ public:
+  void Write(const std::string& text) {
+    const std::lock_guard lock(mutex);
+    log->LogMessage(text);
+    kept[count++ % kept.size()].assign(text);
+  }
+
+ private:
+  std::mutex mutex;
+  std::size_t count = 0;
+  std::vector<std::string> kept = std::vector<std::string>(1'000);
+};
+
 // Flushes as it does by default: when the C library's buffer is full.
 class OneSink {
  public:
@@ -101,34 +108,6 @@ class TwoSinks : public OneSink {
     logger.sinks().push_back(std::make_shared<spdlog::sinks::ostream_sink_mt>(std::cout));
     logger.set_pattern("%Y-%m-%d, %H:%M:%S: %v");
   }
-};
-
-// To a file alone, through its stream's buffer.
-class BoostLog {
- public:
-  BoostLog() {
-    namespace expressions = boost::log::expressions;
-    const auto backend = boost::make_shared<boost::log::sinks::text_ostream_backend>();
-    backend->add_stream(boost::make_shared<std::ofstream>(folder.File("log.txt")));
-    sink = boost::make_shared<Sink>(backend);
-    sink->set_formatter(expressions::stream
-                        << expressions::format_date_time<boost::posix_time::ptime>(
-                               "TimeStamp", "%Y-%m-%d, %H:%M:%S: ")
-                        << expressions::smessage);
-    core->add_sink(sink);
-    core->add_global_attribute("TimeStamp", boost::log::attributes::local_clock());
-  }
-  ~BoostLog() { core->remove_sink(sink); }
-
-  void Write(const std::string& text) { BOOST_LOG(logger) << text; }
-
- private:
-  using Sink = boost::log::sinks::synchronous_sink<boost::log::sinks::text_ostream_backend>;
-
-  const ScopedFolder folder;
-  const boost::shared_ptr<boost::log::core> core = boost::log::core::get();
-  boost::shared_ptr<Sink> sink;
-  boost::log::sources::logger_mt logger;
 };
 
 // Stamp and order of the lines must agree, so the clock is read under the lock, and so is the
@@ -202,43 +181,38 @@ void TimeEachLine(benchmark::State& state) {
 }
 
 template <class Logger>
-void RegisterLines(const std::string& job, int threads, const std::string& who) {
-  benchmark::RegisterBenchmark(Name(job, threads, who).c_str(), WriteLines<Logger>)
-      ->Threads(threads)
-      ->UseRealTime();
-}
-
-template <class Logger>
-void RegisterTail(const std::string& job, int threads, const std::string& who) {
-  benchmark::RegisterBenchmark(Name(job, threads, who).c_str(), TimeEachLine<Logger>)
-      ->Threads(threads)
-      ->UseRealTime();
+void RegisterLines(const std::string& job, const std::string& who) {
+  for (const int threads : {1, 4}) {
+    benchmark::RegisterBenchmark(Name(job, threads, who).c_str(), WriteLines<Logger>)
+        ->Threads(threads)
+        ->UseRealTime();
+  }
 }
 
 // Each line by itself too, which shows the slowest of them.
 template <class Logger>
-void RegisterLogger(const std::string& job, const std::string& who) {
+void RegisterLinesAndTail(const std::string& job, const std::string& who) {
+  RegisterLines<Logger>(job, who);
   for (const int threads : {1, 4}) {
-    RegisterLines<Logger>(job, threads, who);
-    RegisterTail<Logger>(job + "_tail", threads, who);
+    benchmark::RegisterBenchmark(Name(job + "_tail", threads, who).c_str(), TimeEachLine<Logger>)
+        ->Threads(threads)
+        ->UseRealTime();
   }
 }
 
 }  // namespace
 
 void RegisterLog() {
-  RegisterLogger<OurLog>("log_line", "ours");
-  RegisterLogger<TwoSinks>("log_line", "spdlog_two_sinks");
-  RegisterLogger<OneSink>("log_line", "spdlog");
-  RegisterLogger<BoostLog>("log_line", "boost_log");
-  RegisterLogger<LogFloor>("log_line", "floor");
-  RegisterLogger<GuardedLog>("guarded_line", "ours");
-  RegisterLogger<OurLog>("guarded_line", "unguarded");
-  RegisterLogger<FlushedSink>("guarded_line", "spdlog_flushed");
-  for (const int threads : {1, 4}) {
-    RegisterLines<TappedLog>("tapped_line", threads, "ours");
-    RegisterLines<OurLog>("tapped_line", threads, "untapped");
-  }
+  RegisterLinesAndTail<OurLog>("log_line", "ours");
+  RegisterLinesAndTail<TwoSinks>("log_line", "spdlog_two_sinks");
+  RegisterLinesAndTail<OneSink>("log_line", "spdlog");
+  RegisterLinesAndTail<LogFloor>("log_line", "floor");
+  RegisterLinesAndTail<GuardedLog>("guarded_line", "ours");
+  RegisterLinesAndTail<OurLog>("guarded_line", "unguarded");
+  RegisterLines<FlushedSink>("guarded_line", "spdlog_flushed");
+  RegisterLines<TappedLog>("tapped_line", "ours");
+  RegisterLines<OurLog>("tapped_line", "untapped");
+  RegisterLines<TapFloor>("tapped_line", "floor");
 }
 
 }  // namespace Common::Bench

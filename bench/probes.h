@@ -1,5 +1,5 @@
 // Jobs that a process can do once only, because a factory works once. Each is measured inside a
-// fresh process, which is this program started anew.
+// fresh process, which is this program started again.
 #pragma once
 
 #include <cstdint>

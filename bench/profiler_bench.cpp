@@ -1,10 +1,6 @@
 // What a measurement costs, and the report of many records.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 
 #include "bench.h"
@@ -19,11 +15,6 @@ const std::string FrameName = "frame";
 const std::string SimulationName = "simulation";
 
 // ---- Measuring.
-
-std::uint64_t ReadMicroseconds() {
-  const std::chrono::nanoseconds reading = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(reading.count()) / 1000;
-}
 
 // What a measurement leaves behind.
 struct Sums {
@@ -80,24 +71,6 @@ void RegisterGoingOn(SPerformanceProfiler* profiler) {
   });
 }
 
-// Google Benchmark's own timer, which also reads the processor time. It cannot be timed by the loop
-// that it stops.
-void RegisterOtherTimer() {
-  constexpr int Pairs = 1'000;
-  const auto run = [](benchmark::State& state) {
-    while (state.KeepRunningBatch(Pairs)) {
-      const auto before = std::chrono::steady_clock::now();
-      for (int pair = 0; pair < Pairs; ++pair) {
-        state.PauseTiming();
-        state.ResumeTiming();
-      }
-      const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - before;
-      state.SetIterationTime(taken.count());
-    }
-  };
-  benchmark::RegisterBenchmark("measurement/1/google_benchmark", run)->UseManualTime();
-}
-
 // ---- The report.
 
 using Accumulators = std::vector<std::pair<std::string, std::vector<MeasureRecord>>>;
@@ -147,9 +120,7 @@ void WriteReportByHand(const Accumulators& accumulators, const std::string& path
     }
     append("\n");
   }
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (write(file, text.data(), size) != static_cast<ssize_t>(size)) std::abort();
-  close(file);
+  WriteAtOnce(path, std::string_view(text).substr(0, size));
 }
 
 void RegisterReport() {
@@ -169,7 +140,6 @@ void RegisterReport() {
 void RegisterProfiler(const Plan& plan) {
   RegisterMeasuring(plan.services.profiler.get());
   RegisterGoingOn(plan.services.profiler.get());
-  RegisterOtherTimer();
   RegisterReport();
 }
 

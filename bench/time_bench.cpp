@@ -1,7 +1,5 @@
 // Reading the clock, a signal's value, and waiting: how late a wait returns and how much of the
 // processor it takes.
-#include <SDL_timer.h>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -17,15 +15,9 @@ constexpr float FullTurn = 6.2831855F;
 
 // ---- The clock.
 
-std::uint64_t ReadMicroseconds() {
-  const std::chrono::nanoseconds reading = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(reading.count()) / 1000;
-}
-
 void RegisterClock() {
   STimeProvider* const clock = Clock::Get();
   RegisterJob("now/1/ours", [clock] { benchmark::DoNotOptimize(clock->Now()); });
-  RegisterJob("now/1/sdl", [] { benchmark::DoNotOptimize(SDL_GetPerformanceCounter()); });
   RegisterJob("now/1/floor", [origin = ReadMicroseconds()] {
     benchmark::DoNotOptimize(ReadMicroseconds() - origin);
   });
@@ -39,8 +31,7 @@ void RegisterSignal() {
   std::uint64_t period = 1'000'000;
   benchmark::DoNotOptimize(period);  // a variable: dividing by a constant is cheaper
   RegisterJob("signal_value/1/floor", [period, origin = ReadMicroseconds()] {
-    benchmark::DoNotOptimize(Clock::Get());
-    const std::uint64_t inPeriod = (ReadMicroseconds() - origin) % period;
+    const std::uint64_t inPeriod = (LookUpAndReadClock() - origin) % period;
     const float phase = static_cast<float>(inPeriod) / static_cast<float>(period);
     benchmark::DoNotOptimize(std::sin(phase * FullTurn));
   });
@@ -88,10 +79,6 @@ void RegisterWaits(bool smoke) {
     add("ours", [=](std::uint64_t microseconds) { clock->Wait(microseconds); });
     add("sleep_for", [](std::uint64_t microseconds) {
       std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
-    });
-    // Whole milliseconds are all it knows, so it is asked for the next one.
-    add("sdl_delay", [](std::uint64_t microseconds) {
-      SDL_Delay(static_cast<Uint32>((microseconds + 999) / 1000));
     });
   }
 }

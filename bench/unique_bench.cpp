@@ -1,7 +1,4 @@
-// Ids and unique names, beside random ids of the usual kind.
-#include <boost/uuid/random_generator.hpp>
-#include <boost/uuid/uuid_io.hpp>
-
+// Ids and unique names.
 #include <charconv>
 #include <cstdlib>
 #include <locale>
@@ -33,12 +30,6 @@ std::string MakeNameByHand(std::int64_t id, std::string_view name) {
   return made;
 }
 
-// Drawn from a generator in the process, which is the quicker of the two that Boost offers.
-std::string MakeUuidText() {
-  static boost::uuids::random_generator_mt19937 generator;
-  return boost::uuids::to_string(generator());
-}
-
 }  // namespace
 
 void RegisterUnique(const Plan& plan) {
@@ -48,7 +39,6 @@ void RegisterUnique(const Plan& plan) {
               [counter = MakeCounter()] { benchmark::DoNotOptimize(counter->Next()); });
   RegisterJob("unique_name/1/ours",
               [ids] { benchmark::DoNotOptimize(ids->MakeUniqueName(ObjectName)); });
-  RegisterJob("unique_name/1/uuid", [] { benchmark::DoNotOptimize(MakeUuidText()); });
   RegisterJob("unique_name/1/floor", [counter = MakeCounter()] {
     benchmark::DoNotOptimize(MakeNameByHand(counter->Next(), ObjectName));
   });
