@@ -63,6 +63,13 @@ build_packages=(g++ cmake ninja-build libboost-dev libfast-float-dev nlohmann-js
 window_packages=(pkg-config libsdl2-dev libimgui-dev libstb-dev libgl-dev libgl1-mesa-dri)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
+# copy_sources FOLDER: the sources as they stand here, without what was built, into a new folder
+copy_sources() {
+  rm -rf "$1"
+  mkdir -p "$1"
+  tar --exclude=./build --exclude=./.git -c . | tar -x -C "$1"
+}
+
 # Prints the command, which distributions keep in different places.
 find_wine() {
   local place
