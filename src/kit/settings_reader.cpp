@@ -198,8 +198,8 @@ double SettingsReader::ReadFloat(const std::string& key, double fallback, double
   }
   const std::optional<double> value = ParseFloat(*text);
   if (value.has_value()) {
-    const bool isFallback = *text == asked.setting.fallback && RoundToFloat(*value) == fallback;
-    if (isFallback) return fallback;
+    const bool isFallbackRounded = *value != fallback && RoundToFloat(*value) == fallback;
+    if (isFallbackRounded && *text == FormatFloat(fallback)) return fallback;
     if (IsRight(*value, fallback, lowest, highest)) return *value;
   }
   state->WarnOnce(asked, *text, [&] {
