@@ -152,6 +152,20 @@ TEST_F(ConfigFile, SetLocaleDecidesWhatALetterAndWhiteSpaceAre) {
   EXPECT_EQ(Parse("\xE4 \xA0=\xA0 v"), (ConfigEntries{{"\xE4", "v"}}));
 }
 
+TEST_F(ConfigFile, NumberIsASignAndDigitsWithin32Bits) {
+  Start();
+  for (const char* number : {"2147483647", "+2147483647", "002147483647"}) {
+    store->SetString("n", number);
+    EXPECT_EQ(store->GetInt("n", 42), INT32_MAX) << number;
+  }
+  for (const char* other : {"", "-", "+-1", "--1", " 1", "1 ", "1.0", "0x1", "1e1", "1,234",
+                            "2147483648", "-2147483649"}) {
+    store->SetString("n", other);
+    EXPECT_EQ(store->GetInt("n", 42), 42) << other;
+    EXPECT_EQ(store->FindString("n"), other) << "stays in the store";
+  }
+}
+
 TEST_F(ConfigFile, NumbersFollowTheGlobalLocale) {
   Start();
   GroupDigits();

@@ -26,14 +26,20 @@ TEST_F(RuntimeUniqueId, NewPrefixTakesThePlaceOfAllLeadingOnes) {
   EXPECT_EQ(ids->MakeUniqueName("/$17#"), "/$3#/object");
 }
 
+TEST_F(RuntimeUniqueId, SmallestIdComesBehindTheLargest) {
+  const Override counter = ids->OverrideCounter(INT64_MAX - 1);
+  EXPECT_EQ(ids->NextId(), INT64_MAX);
+  EXPECT_EQ(ids->MakeUniqueName("/$1#foo"), "/$-9223372036854775808#foo");
+}
+
 TEST_F(RuntimeUniqueId, OverridesNestDeepAndLeaveTheCounterBelowAlone) {
   ids->NextId();
   std::vector<Override> overrides;
   while (overrides.size() < 30'000) {
     overrides.push_back(ids->OverrideCounter(100));
-    EXPECT_EQ(ids->NextId(), 101);
+    ASSERT_EQ(ids->NextId(), 101);
   }
-  for (; !overrides.empty(); overrides.pop_back()) EXPECT_EQ(ids->NextId(), 102);
+  for (; !overrides.empty(); overrides.pop_back()) ASSERT_EQ(ids->NextId(), 102);
   EXPECT_EQ(ids->NextId(), 2);
 }
 
