@@ -23,8 +23,6 @@ using Fuzz::Check;
 constexpr std::uint64_t DoesNothing = 0;
 constexpr std::uint64_t IsEmpty = 1;
 
-struct Thrown {};
-
 // What happens next in a tick: a callable runs with a value, or the tick ends in one of these ways.
 struct Event {
   enum Kind { Runs, Returns, ThrowsBadCall, ThrowsMissingClock };
@@ -180,22 +178,23 @@ class Host {
     StartAfresh();
   }
 
+  // Called by the callables. The calls of an id are cancelled one after the other, from the front,
+  // and each callable that is destroyed on the way finds those behind it still waiting.
+  void OnDestroyed(std::uint64_t number) {
+    if (cancelled) {
+      const auto call =
+          std::find_if(model.calls.begin(), model.calls.end(),
+                       [number](const Call& waiting) { return waiting.callable == number; });
+      if (call != model.calls.end())
+        model.Cancel(*cancelled, static_cast<std::size_t>(call - model.calls.begin()) + 1);
+    }
+    OperateInDestructor();
+  }
+
+  std::uint64_t callablesAlive = 0;
+
  private:
   enum class Inside { Nothing, ReactorCallback, CallCallback };
-
-  // What a callable owns: it calls back when it runs, and also when it is destroyed.
-  struct Callable {
-    Callable(Host* hostOfAll, std::uint64_t ownNumber) : host(hostOfAll), number(ownNumber) {
-      ++host->callablesAlive;
-    }
-    ~Callable() {
-      --host->callablesAlive;
-      host->OnDestroyed(number);
-    }
-
-    Host* const host;
-    const std::uint64_t number;
-  };
 
   std::uint64_t DrawNumber() {
     const auto kind = data->ConsumeIntegralInRange<std::uint64_t>(0, 9);
@@ -213,7 +212,7 @@ class Host {
   FrameCallback MakeCallback(std::uint64_t number) {
     if (number == IsEmpty) return {};
     if (number == DoesNothing) return [](std::uint64_t) {};
-    return [callable = std::make_shared<Callable>(this, number)](std::uint64_t value) {
+    return [callable = std::make_shared<Fuzz::Callable<Host>>(this, number)](std::uint64_t value) {
       callable->host->OnRun({Event::Runs, callable->number, value});
     };
   }
@@ -226,20 +225,7 @@ class Host {
     inside = Inside::Nothing;
     const bool throws = data->ConsumeIntegralInRange(0, 7) == 7;
     if (model.runsCall) throws ? model.FailCall() : model.FinishCall();
-    if (throws) throw Thrown();
-  }
-
-  // The calls of an id are cancelled one after the other, from the front, and each callable that is
-  // destroyed on the way finds those behind it still waiting.
-  void OnDestroyed(std::uint64_t number) {
-    if (cancelled) {
-      const auto call =
-          std::find_if(model.calls.begin(), model.calls.end(),
-                       [number](const Call& waiting) { return waiting.callable == number; });
-      if (call != model.calls.end())
-        model.Cancel(*cancelled, static_cast<std::size_t>(call - model.calls.begin()) + 1);
-    }
-    OperateInDestructor();
+    if (throws) throw Fuzz::Thrown();
   }
 
   void Operate() {
@@ -297,7 +283,7 @@ class Host {
       frames->Tick();
       Check(model.NextEvent() == Event{Event::Returns},
             "a tick returns when all has run that is due");
-    } catch (const Thrown&) {
+    } catch (const Fuzz::Thrown&) {
     } catch (const std::bad_function_call&) {
       Check(model.NextEvent() == Event{Event::ThrowsBadCall},
             "an empty function is run when it is due");
@@ -422,7 +408,6 @@ class Host {
   }
 
   std::unique_ptr<Fuzz::StoredClock> clock = std::make_unique<Fuzz::StoredClock>();
-  std::uint64_t callablesAlive = 0;
   std::uint64_t lastNumber = IsEmpty;
   const std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};
   Model model;

@@ -1,10 +1,12 @@
-// What the fuzz targets share: a check that ends the run, and the stand-ins of the kit.
+// What the fuzz targets share: a check that ends the run, the stand-ins of the kit, and callables
+// that tell when they end.
 //
 // A factory works once a process, so a target keeps its service for all inputs, together with the
 // stand-ins that the service asks for, in one static object whose members end in the right order at
 // exit.
 #pragma once
 
+#include <common/frame_utility.h>
 #include <common/kit/stand_ins.h>
 
 #include <cstdlib>
@@ -20,5 +22,44 @@ inline void Check(bool holds, const char* claim) {
   std::cerr << "Does not hold: " << claim << std::endl;
   std::abort();
 }
+
+// What callbacks throw.
+struct Thrown {};
+
+// What a callable owns. Its host is told when it is destroyed, and may then call back.
+template <class Host>
+struct Callable {
+  Callable(Host* owner, std::uint64_t ownNumber) : host(owner), number(ownNumber) {
+    ++host->callablesAlive;
+  }
+  ~Callable() {
+    --host->callablesAlive;
+    host->OnDestroyed(number);
+  }
+
+  Host* const host;
+  const std::uint64_t number;
+};
+
+// A frame utility for what makes a single reactor, of interval 0, and schedules no calls.
+class OneReactor : public SFrameUtility {
+ public:
+  Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t /*interval*/) override {
+    return Vorn::IntrudablePtr<IFrameReactor>(reactor = new Reactor);
+  }
+  std::uint64_t ScheduleCall(FrameCallback, std::uint64_t, std::uint64_t) override { std::abort(); }
+  void CancelCall(std::uint64_t) override { std::abort(); }
+  void Tick() override { reactor->callback(0); }
+
+ private:
+  struct Reactor : IFrameReactor {
+    void SetCallback(FrameCallback newCallback) override { callback = std::move(newCallback); }
+    void Clear() override { std::abort(); }
+
+    FrameCallback callback;
+  };
+
+  Reactor* reactor = nullptr;
+};
 
 }  // namespace Common::Fuzz
