@@ -109,6 +109,16 @@ TEST_F(ConfigFile, MissesTheLogOnlyWhenAMessageIsDue) {
   store.reset();  // can neither write nor report it
 }
 
+TEST_F(ConfigFile, ReportsToALogThatIsReplaced) {
+  Start();
+  Parse("bad");
+  auto* const next = new Kit::StandInLog;
+  log.Remove();
+  const auto owner = Vorn::Service<Log::SMessageLog>::Create(next);
+  Parse("bad");
+  EXPECT_EQ(next->lines.size(), 1U);
+}
+
 TEST_F(ConfigFile, PathWithANulIsNoFile) {
   const std::string path = "file\0more"s;
   WriteBytes("file", "kept = 1");

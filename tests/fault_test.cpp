@@ -2,9 +2,17 @@
 #include <common/config_file.h>
 #include <common/performance_profiler.h>
 
+#include <array>
 #include <csignal>
 #include <iostream>
 #include <thread>
+#ifndef _WIN32
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+#endif
 
 #include "support.h"
 
@@ -47,9 +55,6 @@ TEST_F(Faults, FilesThatCannotBeOpenedAreReported) {
   fs::create_directory("folder");
   ExpectThatNobodyOpens("folder");
   ExpectThatNobodyOpens("no folder/file");
-}
-
-TEST_F(Faults, ANameWithANulIsNotTheNameBeforeIt) {
   WriteBytes("name", "kept");
   ExpectThatNobodyOpens(std::string("name\0more", 9));
   EXPECT_EQ(ReadBytes("name"), "kept");
@@ -85,6 +90,54 @@ TEST_F(Faults, ABatchThatFailsHalfwayIsNotWrittenTwice) {
   log->LogMessage("next");
   EXPECT_TRUE(log->Flush());
   EXPECT_TRUE(ReadBytes(LogName).ends_with(": next\n"));
+}
+
+TEST_F(Faults, NewFilesAreForAllWhomTheMaskOfTheProcessLetsIn) {
+  umask(S_IXGRP | S_IRWXO);
+  log->Flush();
+  EXPECT_EQ(fs::status(LogName).permissions(), fs::perms(0660));
+}
+
+std::array<char, 1'000'000> received;
+std::size_t receivedSize = 0;
+int readingEnd = -1;
+
+void Receive() {
+  const ssize_t count = read(readingEnd, received.data() + receivedSize, 5'000);
+  if (count > 0) receivedSize += static_cast<std::size_t>(count);
+}
+
+// Every other signal leaves the pipe full, so that the write it interrupts has written nothing.
+TEST_F(Faults, APipeTakesNoReportButALogWhateverSignalsInterrupt) {
+  mkfifo("pipe", 0600);
+  readingEnd = open("pipe", O_RDONLY | O_NONBLOCK);
+  EXPECT_NE(FailureOf([this] { profiler->WriteReport("pipe"); }), "none");
+  struct sigaction onAlarm {};
+  onAlarm.sa_handler = [](int) {
+    static int alarms = 0;
+    if (++alarms % 2 == 0) Receive();
+  };
+  sigaction(SIGALRM, &onAlarm, nullptr);
+  const std::string text(200'000, 'x');
+  log->SetLogFile("pipe");
+  log->LogMessage(text);
+  itimerval timer{{0, 1'000}, {0, 1'000}};
+  setitimer(ITIMER_REAL, &timer, nullptr);
+  EXPECT_TRUE(log->Flush());
+  timer = {};
+  setitimer(ITIMER_REAL, &timer, nullptr);
+  for (int rest = 0; rest < 100; ++rest) Receive();
+  EXPECT_TRUE(WithoutTimes({received.data(), receivedSize}) == LogHeader + "T " + text + "\n");
+}
+
+TEST_F(Faults, AThreadThatIsCancelledWhileItLogsLeavesAWholeLog) {
+  log->SetLiveOutput(true);
+  std::thread([this] {
+    pthread_cancel(pthread_self());
+    log->LogError("into a write to the console");
+    log->Flush();
+  }).join();
+  EXPECT_EQ(LogText(LogName), LogHeader + "ERROR: T into a write to the console\n");
 }
 
 TEST(Process, OutlivesAThreadThatIsCancelledWhileItsFillerWaits) {

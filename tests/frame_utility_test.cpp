@@ -51,7 +51,7 @@ struct Frame : testing::Test {
 };
 
 TEST_F(Frame, WrittenValuesBecomeCurrentAtTheNextEdgeAndStay) {
-  SMessageTotem& totem = *Access<SMessageTotem>::Get();
+  SMessageTotem& totem = *Vorn::Service<SMessageTotem>::Get();
   totem.byteOne.Write(70);
   totem.byteOne.Write(1);
   totem.byteTwo.Write(2);
@@ -67,8 +67,64 @@ TEST_F(Frame, WrittenValuesBecomeCurrentAtTheNextEdgeAndStay) {
     EXPECT_EQ(totem.byteThree.Read(), 3);
     EXPECT_EQ(totem.twelveByteValue.Read().parts[2], 6U);
     EXPECT_EQ(totem.eightByteValue.Read().parts[1], 8U);
+    EXPECT_EQ(totem.fourByteValue.Read().parts[1], 10U);
+    EXPECT_EQ(totem.fourByteValuePrevious.Read().parts[1], tick == 0 ? 0U : 10U);
   }
   EXPECT_FALSE(totem.byteThree.isPending);
+}
+
+TEST_F(Frame, TickMovesTheEdgeThenRunsReactorsByAddressThenTheCallsOfItsStart) {
+  std::vector<Reactor> reactors;
+  for (int number = 0; number < 4; ++number) reactors.push_back(MakeReactor(0, Note()));
+  reactors.erase(reactors.begin());
+  reactors.push_back(utility->CreateReactor(0));  // where the first one was
+  std::vector<std::uintptr_t> order;
+  for (const Reactor& reactor : reactors) {
+    reactor->SetCallback([&, address = reactor.get()](std::uint64_t frame) {
+      order.push_back(reinterpret_cast<std::uintptr_t>(address));
+      calls.push_back(frame);
+      calls.push_back(Vorn::Service<SMessageTotem>::Get()->frameNumber.Read());
+    });
+  }
+  utility->ScheduleCall(
+      [this](std::uint64_t argument) {
+        calls.push_back(argument);
+        utility->ScheduleCall(Note(), 8, 0);
+      },
+      7, 0);
+  EXPECT_EQ(TickAt(0), (Calls{1, 1, 1, 1, 1, 1, 1, 1, 7}));
+  EXPECT_EQ(order.size(), 4U);
+  EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+  EXPECT_EQ(TickAt(0), (Calls{2, 2, 2, 2, 2, 2, 2, 2, 8}));
+}
+
+TEST_F(Frame, FollowsAClockThatIsReplaced) {
+  const Reactor reactor = MakeReactor(10, Note());
+  ScheduleAt(0, Note(), 10);
+  EXPECT_EQ(TickAt(0), Calls{});
+  auto* const later = new Kit::StandInClock;
+  later->now = 20;
+  clock.Remove();
+  const auto owner = Vorn::Service<STimeProvider>::Create(later);
+  utility->Tick();
+  EXPECT_EQ(calls, (Calls{2, 0}));
+  EXPECT_EQ(utility->ScheduleCall(Note(), 0, 0), 20U);
+}
+
+TEST_F(Frame, CancelSparesACallThatADestructorSchedulesUnderTheSameId) {
+  ScheduleAt(5, ActingAtItsEnd([this] { ScheduleAt(5, Note()); }));
+  utility->CancelCall(5);
+  EXPECT_EQ(TickAt(5), Calls{5});
+}
+
+TEST_F(Frame, CancelFindsTheIdAlsoBehindAClockThatWasSetBack) {
+  for (const std::uint64_t id : {7U, 9U, 5U, 5U, 8U}) ScheduleAt(id, Note());
+  utility->CancelCall(5);
+  utility->CancelCall(9);
+  EXPECT_EQ(TickAt(9), (Calls{7, 8}));
+  for (const std::uint64_t id : {5U, 6U, 7U}) ScheduleAt(id, Note());
+  for (const std::uint64_t id : {6U, 5U, 7U}) utility->CancelCall(id);
+  EXPECT_EQ(utility->WaitingCalls(), 0U);
 }
 
 TEST_F(Frame, ReactorOfAnIntervalDriftsWithTheTicks) {
@@ -125,7 +181,7 @@ TEST_F(Frame, CallsThatWaitAtTheEndAreDroppedUnrun) {
   owner.reset();
   EXPECT_TRUE(calls.empty());
   EXPECT_EQ(alive.use_count(), 2) << "here and in `holding`";
-  EXPECT_EQ(FailureOf(Access<SMessageTotem>::Get), NoInstance);
+  EXPECT_EQ(FailureOf(Vorn::Service<SMessageTotem>::Get), NoInstance);
 }
 
 TEST_F(Frame, CountsTheCallsThatWait) {

@@ -21,18 +21,18 @@ static_assert(!std::is_base_of_v<std::exception, Vorn::MissingInstance>);
 // A service that asks for itself while it ends.
 struct Probe {
   explicit Probe(std::string& failureAtEnd) : failureAtEnd(failureAtEnd) {}
-  ~Probe() { failureAtEnd = FailureOf(Access<Probe>::Get); }
+  ~Probe() { failureAtEnd = FailureOf(Vorn::Service<Probe>::Get); }
 
   std::string& failureAtEnd;
 };
 
 TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
-  EXPECT_EQ(FailureOf(Access<Probe>::Get), NoInstance);
+  EXPECT_EQ(FailureOf(Vorn::Service<Probe>::Get), NoInstance);
   std::string failureAtEnd;
   auto* const probe = new Probe(failureAtEnd);
-  auto owner = Access<Probe>::Create(probe);
-  Access<Probe>();
-  EXPECT_EQ(Access<Probe>::Get(), probe) << "an accessor that ends leaves the entry";
+  auto owner = Vorn::Service<Probe>::Create(probe);
+  Vorn::Service<Probe>();
+  EXPECT_EQ(Vorn::Service<Probe>::Get(), probe) << "an accessor that ends leaves the entry";
   owner.reset();
   EXPECT_EQ(failureAtEnd, NoInstance);
 }
@@ -40,10 +40,18 @@ TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
 TEST(Singleton, ASecondServiceOfATypeIsRefusedAndStaysTheCallers) {
   std::string failureAtEnd, failureAtOthersEnd;
   auto* const probe = new Probe(failureAtEnd);
-  const auto owner = Access<Probe>::Create(probe);
+  const auto owner = Vorn::Service<Probe>::Create(probe);
   const auto other = std::make_unique<Probe>(failureAtOthersEnd);
-  EXPECT_EQ(FailureOf([&other] { (void)Access<Probe>::Create(other.get()); }), DoubleInstancing);
-  EXPECT_EQ(Access<Probe>::Get(), probe);
+  EXPECT_EQ(FailureOf([&other] { (void)Vorn::Service<Probe>::Create(other.get()); }),
+            DoubleInstancing);
+  EXPECT_EQ(Vorn::Service<Probe>::Get(), probe);
+}
+
+TEST(Singleton, KindsOfPointersHaveEntriesOfTheirOwnWhichMayBeNull) {
+  std::string failureAtEnd;
+  const auto unique = Vorn::Singleton<Probe, std::unique_ptr>::Create(new Probe(failureAtEnd));
+  const auto shared = Vorn::Service<Probe>::Create(nullptr);
+  EXPECT_EQ(Vorn::Service<Probe>::Get(), nullptr);
 }
 
 template <class T>
@@ -71,7 +79,7 @@ TEST(Factories, WorkOnceAndLeaveTheStorageAlone) {
   expectOneCall(Unique::Manufacture, "Multiple instances of SRuntimeUniqueId!");
   expectOneCall(ManufactureSeedProvider, "Multiple instances of SSeedProvider");
   expectOneCall(ManufactureTimeProvider, "Multiple instances of STimeProvider!");
-  EXPECT_EQ(FailureOf(Access<SSeedProvider>::Get), NoInstance) << "an owner enters it";
+  EXPECT_EQ(FailureOf(Vorn::Service<SSeedProvider>::Get), NoInstance) << "an owner enters it";
 }
 
 TEST(Factories, CountCallsThatFail) {
@@ -88,17 +96,40 @@ static std::uintptr_t PlaceOf(Operation operation) {
   return (std::bit_cast<std::array<std::uintptr_t, 2>>(operation)[0] - 1) / sizeof(void*);
 }
 
+template <class... Operations>
+static void ExpectOrder(const char* service, Operations... operations) {
+  std::uintptr_t place = 2;  // behind the two of the destructor
+  EXPECT_TRUE(((PlaceOf(operations) == place++) && ...)) << service << ": " << place - 2;
+}
+
 // Hosts that were built apart count on the order: whatever is added stands at the end. The headers
 // themselves check the layouts.
-TEST(Abi, LastListedOperationsKeepTheirPlacesBehindTheTwoOfTheDestructor) {
-  EXPECT_EQ(PlaceOf(&STimeProvider::MakePeriodic), 7U);
-  EXPECT_EQ(PlaceOf(&SSeedProvider::NextSeed), 3U);
-  EXPECT_EQ(PlaceOf(&SFrameUtility::Tick), 5U);
-  EXPECT_EQ(PlaceOf(&IFrameReactor::Clear), 3U);
-  EXPECT_EQ(PlaceOf(&Log::SMessageLog::Flush), 10U);
-  EXPECT_EQ(PlaceOf(&SPerformanceProfiler::WriteReportAndClear), 4U);
-  EXPECT_EQ(PlaceOf(&Unique::SRuntimeUniqueId::OverrideCounter), 7U);
-  EXPECT_EQ(PlaceOf(&Config::SConfigFile::GetInt), 14U);
+TEST(Abi, OperationsKeepTheirPlaces) {
+  using Clock = STimeProvider;
+  ExpectOrder("STimeProvider", &Clock::SetOrigin, &Clock::Now, &Clock::Wait, &Clock::MakeTimeFiller,
+              &Clock::RunTimingCheck, &Clock::MakePeriodic);
+  ExpectOrder("SSeedProvider", &SSeedProvider::SetSeed, &SSeedProvider::NextSeed);
+  ExpectOrder("SFrameUtility", &SFrameUtility::CreateReactor, &SFrameUtility::ScheduleCall,
+              &SFrameUtility::CancelCall, &SFrameUtility::Tick, &SFrameUtility::WaitingCalls);
+  ExpectOrder("IFrameReactor", &IFrameReactor::SetCallback, &IFrameReactor::Clear);
+  using Log = Log::SMessageLog;
+  ExpectOrder("SMessageLog", &Log::LogError, &Log::LogWarning, &Log::LogMessage, &Log::SetLogFile,
+              &Log::SetLiveOutput, &Log::AddSideLine, &Log::ClearSideLines, &Log::SideLines,
+              &Log::Flush, &Log::SetGuardFile, &Log::Wants);
+  using Profiler = SPerformanceProfiler;
+  ExpectOrder("SPerformanceProfiler", &Profiler::OpenAccumulator, &Profiler::WriteReport,
+              &Profiler::WriteReportAndClear, &Profiler::Accumulators);
+  using Ids = Unique::SRuntimeUniqueId;
+  ExpectOrder("SRuntimeUniqueId", &Ids::NextId, &Ids::NextIdString, &Ids::IdToString,
+              &Ids::JoinIdAndText, &Ids::MakeUniqueName, &Ids::OverrideCounter);
+  using Store = Config::SConfigFile;
+  using Entries = Config::ConfigEntries;
+  ExpectOrder("SConfigFile", &Store::ParseContent,
+              static_cast<Entries (Store::*)(Vorn::SharedPath)>(&Store::ReadFile),
+              static_cast<Entries (Store::*)(const std::string&)>(&Store::ReadFile), &Store::Load,
+              &Store::Save);
+  EXPECT_EQ(PlaceOf(&Store::FormatEntries), 9U);
+  EXPECT_EQ(PlaceOf(&Store::GetInt), 14U);
   EXPECT_EQ(PlaceOf(&Vorn::Detail::Intrudable::OnReleased), 2U);
   EXPECT_EQ(PlaceOf(&IPeriodic::GetValue), 2U);
 }

@@ -72,22 +72,16 @@ TEST_F(MessageLog, SendsEachKindToItsStreamAndAllToTheFileByteForByte) {
   EXPECT_EQ(LogText(LogName), OnDisk(LogHeader + errors + others));
 }
 
-TEST_F(MessageLog, WritesABacklogWithTheFirstLiveLineAndCopiesThatLineAlone) {
+TEST_F(MessageLog, WritesABacklogWithTheFirstLiveLineAndCopiesLiveLinesAlone) {
   Start();
   Add(1200);
   log->SetLiveOutput(true);
   EXPECT_FALSE(fs::exists(LogName));
   Add(1);
-  EXPECT_EQ(LogText(LogName), OnDisk(LogHeader + Lines(1201)));
-  EXPECT_EQ(WithoutTimes(out.Text()), Lines(1));
-}
-
-TEST_F(MessageLog, IsSilentAgainWhenLiveOutputIsSwitchedOff) {
-  StartLive();
   log->SetLiveOutput(false);
   Add(BatchLines);
-  EXPECT_EQ(out.Text(), "");
-  EXPECT_FALSE(fs::exists(LogName));
+  EXPECT_EQ(LogText(LogName), OnDisk(LogHeader + Lines(1201)));
+  EXPECT_EQ(WithoutTimes(out.Text()), Lines(1));
 }
 
 TEST_F(MessageLog, KeepsSideLinesApartUntilTheyAreCleared) {
@@ -133,6 +127,15 @@ TEST_F(MessageLog, FlushWritesWhatWaitsOrKeepsItForAFileThatCanBeOpened) {
   EXPECT_FALSE(fs::exists(LogName)) << "nothing waited, so no file was opened";
 }
 
+TEST_F(MessageLog, WritesALineLongerThanItsBufferBehindThoseThatWait) {
+  Start();
+  const std::string text(100'000, 'y');
+  log->LogMessage(text);
+  Add(1);
+  End();
+  EXPECT_TRUE(LogText(LogName) == OnDisk(LogHeader + "T " + text + '\n' + Lines(1)));
+}
+
 TEST_F(MessageLog, FlushInsideALogCallReturnsAtOnce) {
   bool flushed = true;
   console.onWrite = [&] { flushed = log->Flush(); };
@@ -151,13 +154,16 @@ TEST_F(MessageLog, LogCallInsideALogCallStopsADebugBuild) {
 }
 #endif
 
-TEST_F(MessageLog, TakesLinesFromSeveralThreadsWholeAndInTheirOrder) {
+TEST_F(MessageLog, TakesLinesFromSeveralThreadsWholeAndInTheirOrderBesideFlushes) {
   constexpr int Threads = 8, Count = 20'000;
   StartLive();
   std::vector<std::thread> threads;
   for (int thread = 0; thread < Threads; ++thread) {
     threads.emplace_back([this, text = std::to_string(thread) + ' '] {
-      for (int line = 0; line < Count; ++line) log->LogMessage(text + std::to_string(line));
+      for (int line = 0; line < Count; ++line) {
+        log->LogMessage(text + std::to_string(line));
+        if (line % 16 == 0) log->Flush();
+      }
     });
   }
   for (std::thread& thread : threads) thread.join();
@@ -172,50 +178,53 @@ TEST_F(MessageLog, TakesLinesFromSeveralThreadsWholeAndInTheirOrder) {
   EXPECT_EQ(next, std::vector<int>(Threads, Count));
 }
 
-struct BadConsole : MessageLog {
-  void ExpectThatNoLineIsLost() {
-    Start();
-    for (std::ostream* const stream : {&std::cout, &std::cerr}) {
-      stream->rdbuf(&console);
-      stream->setf(std::ios::unitbuf);
-      stream->exceptions(std::ios::badbit);
-    }
-    log->SetLiveOutput(true);
-    Add(1);
-    log->SetLogFile("no/folder.txt");
-    EXPECT_FALSE(log->Flush()) << "and std::cerr cannot show why";
-    log->SetLogFile(LogName);
-    End();
-    EXPECT_EQ(LogText(LogName), OnDisk(LogHeader + Lines(1)));
-  }
-  void TearDown() override {
-    for (std::ostream* const stream : {&std::cout, &std::cerr}) stream->exceptions({});
-  }
-};
-
-TEST_F(BadConsole, MayThrowFromAWrite) {
-  console.onWrite = [] { throw "no write"; };
-  ExpectThatNoLineIsLost();
-}
-
-TEST_F(BadConsole, MayThrowFromAFlush) {
+TEST_F(MessageLog, LosesNoLineToConsolesThatThrow) {
+  HostConsole unwritable;
+  unwritable.onWrite = [] { throw "no write"; };
   console.onFlush = []() -> int { throw "no flush"; };
-  ExpectThatNoLineIsLost();
+  Start();
+  for (std::ostream* const stream : {&std::cout, &std::cerr}) {
+    stream->rdbuf(stream == &std::cerr ? &unwritable : &console);
+    stream->setf(std::ios::unitbuf);
+    stream->exceptions(std::ios::badbit);
+  }
+  log->SetLiveOutput(true);
+  Add(1);
+  log->SetLogFile("no/folder.txt");
+  EXPECT_FALSE(log->Flush()) << "and std::cerr cannot show why";
+  log->SetLogFile(LogName);
+  End();
+  for (std::ostream* const stream : {&std::cout, &std::cerr}) stream->exceptions({});
+  EXPECT_EQ(LogText(LogName), OnDisk(LogHeader + Lines(1)));
 }
 
-TEST_F(MessageLog, FlushesTheConsoleAsItsOwnSettingAsks) {
-  int flushes = 0;
-  console.onFlush = [&flushes] {
-    ++flushes;
+TEST_F(MessageLog, FlushesTheConsoleAndWhatIsTiedToItAsTheirSettingsAsk) {
+  std::string done;
+  console.onWrite = [&done] { done += "write "; };
+  console.onFlush = [&done] {
+    done += "flush ";
     return 0;
   };
   StartLive();
   std::cout.rdbuf(&console);
   Add(1);
-  EXPECT_EQ(flushes, 0);
+  EXPECT_EQ(std::exchange(done, ""), "write ");
   std::cout << std::unitbuf;
   Add(1);
-  EXPECT_EQ(flushes, 1);
+  EXPECT_EQ(std::exchange(done, ""), "write flush ");
+  std::cout << std::nounitbuf;
+  std::ostream tied(&console);
+  std::cout.tie(&tied);
+  Add(1);
+  EXPECT_EQ(std::exchange(done, ""), "flush write ");
+  tied.rdbuf(nullptr);
+  Add(1);
+  EXPECT_EQ(std::exchange(done, ""), "write ");
+  std::cout.tie(nullptr);
+  std::cout.setstate(std::ios::failbit);
+  Add(1);
+  EXPECT_EQ(done, "");
+  std::cout.clear();
 }
 
 TEST_F(MessageLog, StampsFollowTheLocalTime) {
@@ -234,13 +243,27 @@ TEST_F(MessageLog, StampsFollowTheLocalTime) {
   EXPECT_LE(second, after + " x");
 }
 
+TEST_F(MessageLog, KeepsTheLinesOfALocaleThatThrowsInsteadOfTheTime) {
+  struct Timeless : std::time_put<char> {
+    iter_type do_put(iter_type, std::ios_base&, char, const std::tm*, char, char) const override {
+      throw "no time";
+    }
+  };
+  StartLive();
+  std::locale::global(std::locale(std::locale::classic(), new Timeless));
+  Add(1);
+  EXPECT_EQ(out.Text().find(" x\n"), out.Text().size() - 3);
+  EXPECT_EQ(out.Text().find(':'), std::string::npos);
+}
+
 TEST_F(MessageLog, MovesThePreviousLogIntoTheArchiveUnderAGuid) {
   WriteBytes(LogName, "previous");
   Start();
   EXPECT_FALSE(fs::exists(LogName));
   const fs::path archived = fs::directory_iterator("old_logs")->path();
   EXPECT_EQ(ReadBytes(archived), "previous");
-  const std::regex guid("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\\.txt");
+  const std::regex guid(
+      "[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}\\.txt");
   EXPECT_TRUE(std::regex_match(archived.filename().string(), guid)) << archived;
 }
 

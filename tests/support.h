@@ -20,9 +20,6 @@
 
 namespace Common::Test {
 
-template <class T>
-using Access = Vorn::Service<T>;
-
 using StoredClock = Kit::Stored<Kit::StandInClock>;
 using StoredLog = Kit::Stored<Kit::StandInLog>;
 
