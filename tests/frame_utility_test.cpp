@@ -83,7 +83,7 @@ TEST_F(Frame, TickMovesTheEdgeThenRunsReactorsByAddressThenTheCallsOfItsStart) {
     reactor->SetCallback([&, address = reactor.get()](std::uint64_t frame) {
       order.push_back(reinterpret_cast<std::uintptr_t>(address));
       calls.push_back(frame);
-      calls.push_back(Vorn::Service<SMessageTotem>::Get()->frameNumber.Read());
+      EXPECT_EQ(Vorn::Service<SMessageTotem>::Get()->frameNumber.Read(), frame);
     });
   }
   utility->ScheduleCall(
@@ -92,10 +92,9 @@ TEST_F(Frame, TickMovesTheEdgeThenRunsReactorsByAddressThenTheCallsOfItsStart) {
         utility->ScheduleCall(Note(), 8, 0);
       },
       7, 0);
-  EXPECT_EQ(TickAt(0), (Calls{1, 1, 1, 1, 1, 1, 1, 1, 7}));
-  EXPECT_EQ(order.size(), 4U);
+  EXPECT_EQ(TickAt(0), (Calls{1, 1, 1, 1, 7}));
   EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
-  EXPECT_EQ(TickAt(0), (Calls{2, 2, 2, 2, 2, 2, 2, 2, 8}));
+  EXPECT_EQ(TickAt(0), (Calls{2, 2, 2, 2, 8}));
 }
 
 TEST_F(Frame, FollowsAClockThatIsReplaced) {

@@ -41,16 +41,12 @@ struct LogGuard : testing::Test {
 };
 
 // The archived logs, oldest first.
-std::set<fs::path> ArchivedFiles() {
-  std::set<fs::path> files;
-  if (!fs::exists("old_logs")) return files;
-  for (const auto& file : fs::directory_iterator("old_logs")) files.insert(file.path());
-  return files;
-}
-
 std::vector<std::string> Archives() {
+  if (!fs::exists("old_logs")) return {};
+  std::set<fs::path> files;
+  for (const auto& file : fs::directory_iterator("old_logs")) files.insert(file.path());
   std::vector<std::string> texts;
-  for (const fs::path& file : ArchivedFiles()) texts.push_back(LogText(file));
+  for (const fs::path& file : files) texts.push_back(LogText(file));
   return texts;
 }
 

