@@ -6,9 +6,8 @@
 
 namespace Common {
 
-// While it lives, `pthread_cancel` waits. It ends a thread by an unwinding that may neither be
-// caught nor pass through a destructor, and any sleep, or write to a console or a file, may be
-// where it begins.
+// Holds `pthread_cancel` off in its scope. Cancellation unwinds the thread from any sleep or write,
+// and that unwinding must not be caught nor pass through a destructor.
 class CancellationPause {
  public:
   CancellationPause(const CancellationPause&) = delete;

@@ -5,7 +5,7 @@
 namespace Common {
 namespace {
 
-// The state is set before a host that asked for it gets its exception.
+// setstate sets the bit before it throws for a host that asked for exceptions.
 void MarkBad(std::ostream& stream) noexcept {
   try {
     stream.setstate(std::ios::badbit);
@@ -13,7 +13,7 @@ void MarkBad(std::ostream& stream) noexcept {
   }
 }
 
-// A good stream has a buffer: without one a stream is bad at once.
+// A good stream has a buffer.
 void FlushQuietly(std::ostream& stream) noexcept {
   if (!stream.good()) return;
   try {

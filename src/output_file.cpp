@@ -18,7 +18,7 @@
 namespace Common {
 namespace {
 
-// What one call of the system takes at most; Windows counts in 32 bits.
+// The most that one system call takes; Windows counts in 32 bits.
 constexpr std::size_t LargestWrite = 1 << 30;
 
 #ifdef _WIN32
@@ -50,8 +50,8 @@ constexpr int TextFlag = 0;
 constexpr int BytesFlag = 0;
 
 int OpenDescriptor(const char* path, int modeFlags) noexcept {
-  constexpr mode_t everybody = 0666;  // less what the process's mask takes away
-  return open(path, O_WRONLY | O_CREAT | O_CLOEXEC | modeFlags, everybody);
+  constexpr mode_t defaultMode = 0666;  // less the umask
+  return open(path, O_WRONLY | O_CREAT | O_CLOEXEC | modeFlags, defaultMode);
 }
 
 std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {
@@ -61,7 +61,7 @@ std::ptrdiff_t WriteSome(int descriptor, std::string_view bytes) noexcept {
   }
 }
 
-// Or the user's share of it.
+// EDQUOT means that the user's share of it is full.
 bool DiskIsFull() noexcept { return errno == ENOSPC || errno == EDQUOT; }
 
 bool SeekEnd(int descriptor) noexcept { return lseek(descriptor, 0, SEEK_END) >= 0; }
@@ -93,7 +93,7 @@ OutputFile::OutputFile(const std::filesystem::path& path, Mode mode, std::span<c
     : buffer(buffer), makeRoom(std::move(makeRoom)), descriptor(Closed) {
   if (HoldsNul(path)) return;
   descriptor = OpenDescriptor(path.c_str(), FlagsOf(mode));
-  if (IsOpen() && mode == Mode::ReplaceAtEnd && !SeekEnd(descriptor)) Close();
+  if (IsOpen() && mode == Mode::ReplaceSeekable && !SeekEnd(descriptor)) Close();
 }
 
 OutputFile::~OutputFile() {
@@ -102,15 +102,15 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(std::string_view bytes) noexcept {
-  if (bytes.size() > buffer.size() - gathered) WriteBuffer();
+  if (bytes.size() > buffer.size() - buffered) WriteBuffer();
   if (bytes.size() > buffer.size()) return WriteThrough(bytes);
-  bytes.copy(buffer.data() + gathered, bytes.size());
-  gathered += bytes.size();
+  bytes.copy(buffer.data() + buffered, bytes.size());
+  buffered += bytes.size();
 }
 
 void OutputFile::WriteBuffer() noexcept {
-  WriteThrough({buffer.data(), gathered});
-  gathered = 0;
+  WriteThrough({buffer.data(), buffered});
+  buffered = 0;
 }
 
 void OutputFile::WriteThrough(std::string_view bytes) noexcept {

@@ -10,30 +10,28 @@
 
 namespace Common {
 
-// Whether the path names nothing, because the system's calls would end it at its NUL.
+// Whether the path holds a NUL, at which the system would cut it to another file's name.
 bool HoldsNul(const std::filesystem::path& path) noexcept;
 
-// A file that is open for writing, in text mode and without locking others out. The streams of the
-// standard library would do but for four things. They cut a file first and ask for memory then;
-// this one allocates nothing, neither to open nor to write. They try again, on closing, to write
-// what could not be written before, and so double lines; here each byte is tried once, in order,
-// and after the first failure all others are dropped. They send bytes through the global locale's
-// codecvt, which may change them; here bytes are bytes. And they cut a name at its first NUL, which
-// makes it another file's name; here no such file can be opened.
+// A file that is open for writing, in text mode and without locking others out. Unlike a stream of
+// the standard library, it allocates nothing, so it cannot run out of memory after it has truncated
+// the file. It tries each byte once, in order, and drops the rest after a failure; a stream tries
+// again when it is closed, and so doubles lines. It does not send the bytes through the global
+// locale's codecvt. And it opens nothing for a name that holds a NUL.
 class OutputFile final {
  public:
   enum class Mode {
     Append,
     AppendBytes,  // as Append, but in binary mode
     Replace,
-    ReplaceAtEnd,  // as Replace, but fails for a file without an end, such as a pipe
+    ReplaceSeekable,  // as Replace, but fails if the file cannot seek, as a pipe
   };
 
-  // Frees space on the disk, and tells whether it could. Throws nothing.
+  // Frees space on the disk, and returns whether it could. Throws nothing.
   using MakeRoom = std::function<bool()>;
 
-  // Bytes are gathered in `buffer`, which must outlive this object; without one, each `Write` goes
-  // to the file at once. Where the disk is full and room can be made, the bytes are tried again.
+  // Gathers the bytes in `buffer`, which must outlive this object; without one, each `Write` goes
+  // to the file at once. On a full disk it calls `makeRoom` and, if that helped, tries again.
   OutputFile(const std::filesystem::path& path, Mode mode, std::span<char> buffer = {},
              MakeRoom makeRoom = {}) noexcept;
 
@@ -43,10 +41,10 @@ class OutputFile final {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // False where the file could not be opened, and after a failed write.
+  // False if the file could not be opened, and after a failed write.
   bool IsOpen() const noexcept { return descriptor != Closed; }
 
-  // Puts the bytes behind those that were written before. Does nothing where the file is not open.
+  // Appends to the bytes written before. Does nothing if the file is not open.
   void Write(std::string_view bytes) noexcept;
 
  private:
@@ -54,8 +52,7 @@ class OutputFile final {
 
   void WriteBuffer() noexcept;
 
-  // Hands the bytes to the system, in as many writes as it takes. The first that fails closes the
-  // file, so that all later ones do nothing.
+  // Writes past the buffer. A failure closes the file, so that later writes do nothing.
   void WriteThrough(std::string_view bytes) noexcept;
 
   void Close() noexcept;
@@ -63,7 +60,7 @@ class OutputFile final {
   const CancellationPause pause;  // until the file is closed
   const std::span<char> buffer;
   const MakeRoom makeRoom;
-  std::size_t gathered = 0;  // how much of the buffer is in use
+  std::size_t buffered = 0;  // bytes in the buffer
   int descriptor;
 };
 

@@ -22,8 +22,7 @@ std::int32_t instanceCount = 0;
 
 void ReportError(const std::string& message) { messageLog.Get()->LogError(message); }
 
-// Any answer but "there" and "not there" leaves as a failure. SharedPath::Exists is no help here:
-// to it nothing can stand at a name that is too long.
+// SharedPath::Exists takes a name that is too long for a missing file; here that is a failure.
 bool Exists(const std::filesystem::path& path) {
   std::error_code failure;
   const bool exists = std::filesystem::exists(path, failure);
@@ -61,7 +60,7 @@ class ConfigFileImpl final : public Config::SConfigFile {
   bool Remove(const std::string& key) override { return entries.erase(key) > 0; }
 
  private:
-  const std::shared_ptr<const void> grammar = ShareGrammar();  // for what is read at the very end
+  const std::shared_ptr<const void> grammar = ShareGrammar();  // for reads at the very end
   ConfigEntries entries;
   std::string filePath;
 };
@@ -77,7 +76,7 @@ ConfigFileImpl::ConfigFileImpl() {
 ConfigFileImpl::~ConfigFileImpl() {
   try {
     Save();
-  } catch (...) {  // not even the missing log may leave a destructor
+  } catch (...) {  // MissingInstance must not leave a destructor either
   }
 }
 
@@ -99,7 +98,7 @@ bool ConfigFileImpl::Load(const std::string& path) {
 }
 
 void ConfigFileImpl::WriteFile(const ConfigEntries& settings, const std::string& path) {
-  // Nothing may run out of memory once opening has cut the file, so the text is there before.
+  // Made before opening truncates the file, since formatting may run out of memory.
   const std::string text = FormatEntries(settings);
   OutputFile file(Vorn::PathFromUtf8(path), OutputFile::Mode::Replace);
   if (!file.IsOpen()) {
@@ -134,7 +133,7 @@ std::int32_t ConfigFileImpl::GetInt(const std::string& key, std::int32_t default
 Config::SConfigFile* ManufactureConfigFile() {
   ++instanceCount;
   if (instanceCount > 1) {
-    // Hosts are promised this text, its odd spelling included.
+    // The odd spelling is part of the contract.
     throw ApplicationErrorException("Multiple instances of SCOnfigFile");
   }
   return new ConfigFileImpl;

@@ -21,8 +21,8 @@ auto CaptureInto(std::string& capture) {
   return phoenix::var(capture) = phoenix::construct_<std::string>(phoenix::arg1, phoenix::arg2);
 }
 
-// Two rules, and what the line rule matched last: shared by all texts of the process. What counts
-// as a letter, a digit or white space is up to the character locale that setlocale set.
+// Shared by all texts of the process. The captures hold what the line rule matched last. What
+// counts as a letter, a digit or white space is decided by setlocale.
 struct Grammar {
   std::string capturedKey;
   std::string capturedValue;
@@ -36,11 +36,11 @@ struct Grammar {
 
 const auto OwnGrammar = std::make_shared<Grammar>();
 
-// Good for as long as anyone holds a share, so also when this module's own has ended.
+// Valid while anyone holds a share, so also after OwnGrammar has ended.
 Grammar& TheGrammar = *OwnGrammar;
 
-// Ends with each text, so that the captures keep no memory of a line that was huge. An assignment
-// would keep it.
+// Frees the captures after each text, so that a huge line does not hold its memory. Assigning an
+// empty text would keep it.
 struct CaptureMemory {
   CaptureMemory() = default;
   ~CaptureMemory() {
@@ -56,7 +56,7 @@ std::string_view WithoutTrailingReturns(std::string_view line) {
   return line.substr(0, line.find_last_not_of('\r') + 1);
 }
 
-// A NUL byte ends what the rule sees of a line.
+// The rule sees a line up to its first NUL.
 bool MatchLine(std::string_view line) {
   const std::string_view visible = line.substr(0, line.find('\0'));
   return Spirit::parse(visible.data(), visible.data() + visible.size(), TheGrammar.lineRule).full;
@@ -90,7 +90,7 @@ ConfigEntries ParseEntries(const std::string& content, const std::string& name,
     rest.remove_prefix(lineEnd == std::string_view::npos ? rest.size() : lineEnd + 1);
     if (line.empty()) continue;
     if (MatchLine(line)) {
-      // In a sorted file each entry belongs at the end.
+      // The hint suits a sorted file.
       entries.insert_or_assign(entries.end(), std::move(TheGrammar.capturedKey),
                                std::move(TheGrammar.capturedValue));
     } else {

@@ -7,15 +7,14 @@
 
 namespace Common {
 
-// Takes one finished message about an error.
 using ErrorReport = std::function<void(const std::string& message)>;
 
-// A share of the grammar, which is one of the module's constants. A store at a host's file scope
-// may still read when these have ended, so it takes a share when it is made.
+// A share of the grammar. A store takes one when it is made, since a store at a host's file scope
+// may still read after this module's constants have ended.
 std::shared_ptr<const void> ShareGrammar();
 
-// Reads text into entries, as SConfigFile::ParseContent. Each bad line goes to `report`; what that
-// throws ends the reading and passes to the caller. REQUIRES: the grammar lives.
+// Reads text as SConfigFile::ParseContent does. Each bad line goes to `report`, whose exceptions
+// reach the caller. REQUIRES: somebody holds a share of the grammar.
 Config::ConfigEntries ParseEntries(const std::string& content, const std::string& name,
                                    const ErrorReport& report);
 

@@ -17,12 +17,12 @@
 namespace Common {
 namespace {
 
-// Chunks grow: those of a small game are small, and a walk over many blocks seldom changes chunk.
+// Chunks grow: a small game takes little memory, and a walk over many blocks seldom changes chunk.
 constexpr std::size_t BlocksOfFirstChunk = 64;
-constexpr std::size_t MostDoublings = 6;
+constexpr std::size_t MaxDoublings = 6;
 
 std::size_t BlocksOfChunk(std::size_t index) {
-  return BlocksOfFirstChunk << std::min(index, MostDoublings);
+  return BlocksOfFirstChunk << std::min(index, MaxDoublings);
 }
 
 #ifdef COMMON_SERVICES_ADDRESS_SANITIZER
@@ -50,7 +50,7 @@ void* BlockPool::Allocate(std::size_t size) {
 void BlockPool::Free(void* block) noexcept {
   freed = new (block) FreedBlock{freed};
   ForbidUse(block, blockSize);
-  if (--blocksInUse == 0) StartOver();
+  if (--blocksInUse == 0) Reset();
 }
 
 void* BlockPool::TakeFreed() noexcept {
@@ -79,9 +79,8 @@ void BlockPool::OpenNextChunk() {
   ++chunksOpened;
 }
 
-// Hands the blocks out in the order of their addresses again, whatever the order of their return:
-// what comes next then lies side by side in memory too.
-void BlockPool::StartOver() noexcept {
+// Hands the blocks out in address order again, so that the next ones lie side by side.
+void BlockPool::Reset() noexcept {
   freed = nullptr;
   chunksOpened = 0;
   unused = nullptr;

@@ -7,9 +7,9 @@
 
 namespace Common {
 
-// Blocks of one size, side by side in chunks, however scattered the free pieces of the host's heap
-// are. A block that is given back serves the next allocation; chunks return to the heap when the
-// pool ends. The address sanitizer reports each use of a block that is not handed out.
+// Blocks of one size, side by side in chunks, however fragmented the host's heap is. A freed block
+// serves the next allocation; chunks are freed when the pool ends. Under AddressSanitizer, any use
+// of a block that is not handed out is an error.
 class BlockPool {
  public:
   BlockPool() = default;
@@ -17,8 +17,8 @@ class BlockPool {
   BlockPool(const BlockPool&) = delete;
   BlockPool& operator=(const BlockPool&) = delete;
 
-  // A block for pointers and numbers. Changes nothing where it throws std::bad_alloc. REQUIRES: all
-  // calls name the same size, of at least a pointer.
+  // Returns a block for pointers and numbers. Changes nothing if it throws std::bad_alloc.
+  // REQUIRES: all calls ask for the same size, of at least a pointer.
   void* Allocate(std::size_t size);
 
   void Free(void* block) noexcept;
@@ -31,11 +31,11 @@ class BlockPool {
   void* TakeFreed() noexcept;
   void* TakeUnused();
   void OpenNextChunk();
-  void StartOver() noexcept;
+  void Reset() noexcept;
 
   std::vector<std::unique_ptr<std::byte[]>> chunks;
   std::size_t chunksOpened = 0;
-  std::byte* unused = nullptr;  // what was not handed out yet of the chunk that was opened last
+  std::byte* unused = nullptr;  // the rest of the chunk that was opened last
   std::byte* endOfChunk = nullptr;
   FreedBlock* freed = nullptr;
   std::size_t blockSize = 0;

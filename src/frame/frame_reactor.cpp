@@ -34,7 +34,7 @@ void FrameReactorImpl::operator delete(void* block, BlockPool& memory) { memory.
 
 void FrameReactorImpl::operator delete(FrameReactorImpl* reactor,
                                        std::destroying_delete_t /*tag*/) {
-  // Destroyed last, since its destructor may end the utility and thereby the memory.
+  // Destroyed last, since its destructor may end the utility, which owns the memory.
   const FrameCallback dropped = std::move(reactor->callback);
   BlockPool& memory = reactor->owner->Memory();
   reactor->~FrameReactorImpl();

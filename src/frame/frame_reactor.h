@@ -13,14 +13,13 @@ namespace Common {
 
 class FrameUtilityImpl;
 
-// Stands in the list of its utility from its constructor to its destructor, and lives in the memory
-// of that utility.
+// Is in its utility's list for its whole life, and in its utility's memory.
 class FrameReactorImpl final : public IFrameReactor, public ReactorList::Hook {
  public:
   ~FrameReactorImpl() override;
 
   static void* operator new(std::size_t size, BlockPool& memory);
-  static void operator delete(void* block, BlockPool& memory);  // where the constructor throws
+  static void operator delete(void* block, BlockPool& memory);  // if the constructor throws
   static void operator delete(FrameReactorImpl* reactor, std::destroying_delete_t tag);
 
   void SetCallback(FrameCallback newCallback) override;

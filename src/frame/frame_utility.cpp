@@ -17,8 +17,8 @@ using TotemAccess = Vorn::Service<SMessageTotem>;
 
 const Vorn::Service<STimeProvider> timeProvider;
 
-// A cancelled call takes over all of this but the stamp. Each utility holds a share, since a host
-// may end it after this library's constants have ended.
+// Replaces a cancelled call, all but its stamp. Each utility holds a share, since it may
+// outlive this library's constants.
 const auto EmptyCall = std::make_shared<const DelayedCall>(
     0, 0, 0, [](std::uint64_t) {}, true);
 
@@ -70,7 +70,7 @@ std::uint64_t FrameUtilityImpl::ScheduleCall(FrameCallback callback, std::uint64
 
 void FrameUtilityImpl::CancelCall(std::uint64_t id) {
   auto [sequence, end] = FindCandidates(id);
-  // The destructor of a callable may let a tick serve calls.
+  // A callable's destructor may run a tick, which serves calls.
   for (; sequence < end; sequence = std::max(sequence + 1, callsServed)) {
     if (CallAt(sequence)->stamp == id) Cancel(sequence);
   }
@@ -116,8 +116,8 @@ void FrameUtilityImpl::Tick() {
   RunDelayedCalls();
 }
 
-// Serves at most the calls that wait at the start, so a call that schedules another cannot keep a
-// tick from ending.
+// Serves at most the calls that wait at the start, so that a call which schedules another cannot
+// keep the tick from ending.
 void FrameUtilityImpl::RunDelayedCalls() {
   const std::uint64_t now = timeProvider.Get()->Now();
   const std::uint64_t end = callsServed + delayedCalls.size();
@@ -128,8 +128,8 @@ void FrameUtilityImpl::RunDelayedCalls() {
   }
 }
 
-// A callable stays where it is until it has returned: moved away it might change its address. A
-// call that throws waits for the next tick, unless it was cancelled.
+// Runs the callable in place, since a move might change its address. A call that throws stays at
+// the front, unless it was cancelled.
 void FrameUtilityImpl::RunFront() {
   const DelayedCall& front = delayedCalls.front();
   bool hasReturned = false;
@@ -157,7 +157,7 @@ std::size_t FrameUtilityImpl::WaitingCalls() {
 SFrameUtility* ManufactureFrameUtility() {
   ++instanceCount;
   if (instanceCount > 1) {
-    // Hosts are promised this text, its odd spelling included.
+    // The odd spelling is part of the contract.
     throw ApplicationErrorException("Multiple instaces of frame utility!");
   }
   return new FrameUtilityImpl;

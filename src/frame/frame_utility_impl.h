@@ -30,8 +30,8 @@ struct DelayedCall {
   bool isCancelled;
 };
 
-// Callables are destroyed only after they have been taken out of the reactor or the queue that held
-// them, so their destructors may call back into the service.
+// A callable is taken out of its reactor or of the queue before it is destroyed, so its destructor
+// may call back into the service.
 class FrameUtilityImpl final : public SFrameUtility {
  public:
   FrameUtilityImpl();
@@ -53,8 +53,8 @@ class FrameUtilityImpl final : public SFrameUtility {
  private:
   using Calls = std::deque<DelayedCall>;
 
-  // Half open. A call's sequence number counts from the first call that was ever scheduled: a call
-  // moves up in the queue whenever one leaves, but keeps its number.
+  // Half open. A call's sequence number counts all calls ever scheduled, so it stays the same while
+  // the call moves up in the queue.
   struct SequenceRange {
     std::uint64_t first;
     std::uint64_t end;

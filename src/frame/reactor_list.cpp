@@ -10,9 +10,8 @@
 namespace Common {
 namespace {
 
-// Asks the caches for the reactors that come next, by their place: following the links would wait
-// for each in turn. Most reactors lie side by side in the order of the walk, and any address will
-// do.
+// Prefetches by address, since following the links would wait for each reactor in turn. Most
+// reactors lie side by side in the order of the walk; elsewhere a wrong address does no harm.
 void FetchAhead([[maybe_unused]] const FrameReactorImpl* reactor) {
 #ifdef __GNUC__
   constexpr std::size_t Ahead = 8;
@@ -54,7 +53,7 @@ void ReactorList::React(std::uint64_t frameNumber) {
   }
 }
 
-// Makes the two neighbours. Without `from`, `to` stands first; without `to`, `from` stands last.
+// If `from` is null, `to` becomes the first; if `to` is null, `from` becomes the last.
 void ReactorList::Link(FrameReactorImpl* from, FrameReactorImpl* to) {
   if (from == nullptr) {
     first = to;

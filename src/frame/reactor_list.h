@@ -11,17 +11,16 @@ namespace Common {
 
 class FrameReactorImpl;
 
-// The reactors of one utility, none of them owned.
-//
-// Invariant: the list links exactly the reactors of the map, in ascending order of address. The map
-// finds the place of a new reactor; a tick walks the list, which touches nothing but the reactors.
+// The reactors of one utility, none of them owned. The list links exactly the reactors of the map,
+// in ascending order of address. The map finds where a new reactor goes; a tick walks the list,
+// which touches nothing but the reactors.
 class ReactorList {
  private:
   using Entry = std::pair<const std::uintptr_t, FrameReactorImpl*>;
   using Entries = std::map<std::uintptr_t, FrameReactorImpl*, std::less<>, BlockAllocator<Entry>>;
 
  public:
-  // What ties a reactor to the list: a base of it, which the list alone reads and writes.
+  // A base of each reactor, for the list's own use.
   class Hook {
     friend class ReactorList;
 
@@ -36,14 +35,13 @@ class ReactorList {
   ReactorList(const ReactorList&) = delete;
   ReactorList& operator=(const ReactorList&) = delete;
 
-  // Changes nothing where it throws std::bad_alloc.
+  // Changes nothing if it throws std::bad_alloc.
   void Enter(FrameReactorImpl* reactor);
   void Remove(const FrameReactorImpl* reactor);
 
-  // Lets each reactor react. Callbacks may enter reactors, and remove all but the running one.
+  // Callbacks may enter reactors, and remove all but the running one.
   void React(std::uint64_t frameNumber);
 
-  // Whether the callback of this reactor is running.
   bool IsRunning(const FrameReactorImpl* reactor) const { return reactor == running; }
 
  private:

@@ -4,9 +4,8 @@
 
 namespace Common {
 
-// Runs its action when its scope is left, by return or by exception. A handler that throws again
-// would catch an exception that nobody else does. Without one, the process ends where that was
-// thrown, with the callback still on the stack.
+// Runs its action on return or exception. Unlike a handler that rethrows, it lets an uncaught
+// exception end the process at its throw, with the callback still on the stack.
 template <class Action>
 class ScopeExit {
  public:

@@ -8,7 +8,7 @@
 namespace Common::Kit {
 namespace {
 
-// With a NUL in it, the system would take the name of another folder.
+// The system would cut a name at its NUL and take another folder.
 std::filesystem::path RequireName(const std::string& folder) {
   std::filesystem::path path = Vorn::PathFromUtf8(folder);
   if (folder.empty() || folder.find('\0') != std::string::npos) {

@@ -16,7 +16,7 @@ constexpr double TimesThereAre = 0x1p64;
 
 std::uint64_t ReadClock() { return Vorn::Service<STimeProvider>::Get()->Now(); }
 
-// A time of the game, of which `part` is what there is of the next microsecond.
+// A time of the game: whole microseconds, and a part of the next one.
 struct GameTime {
   std::uint64_t whole = 0;
   double part = 0.0;
@@ -32,11 +32,10 @@ GameTime Add(const GameTime& time, double microseconds) {
 
 }  // namespace
 
-// Each time is computed from an anchor, which moves only when the pace changes and about once an
-// hour. So rounding does not add up, and between two anchors a later reading never gives an earlier
-// time.
+// Times are computed from an anchor, which moves only when the rate changes and about once an hour.
+// So rounding does not add up, and a later reading never gives an earlier time.
 struct GameClock::State {
-  // At which reading of the clock it was which time of the game.
+  // The time of the game at a reading of the clock.
   struct Anchor {
     std::uint64_t reading = 0;
     GameTime time;
@@ -61,7 +60,7 @@ void GameClock::State::TakeReading() {
   if (reading - anchor.reading > LongestStretch) GoOnFrom(reading);
 }
 
-// Takes the time that it is for the time at this reading.
+// Anchors the present time of the game at this reading.
 void GameClock::State::GoOnFrom(std::uint64_t reading) {
   anchor = {reading, Time()};
   lastReading = reading;

@@ -31,7 +31,7 @@ struct LogTap::State {
   State(std::unique_ptr<Log::SMessageLog> log, std::size_t keep)
       : log(std::move(log)), kept(keep) {}
 
-  // What tells which operation of the log takes a line of a kind.
+  // LogError, LogWarning or LogMessage.
   using Operation = void (Log::SMessageLog::*)(const std::string& text);
 
   void Add(LogKind kind, Operation operation, const std::string& text);
@@ -64,24 +64,24 @@ struct LogTap::State {
   Counts passed{};  // changed under the lock alone
 
   // Held while a line goes into the log and gets its sequence, so that both follow one order, and
-  // never while a listener runs. Recursive, so that a log call from inside the log behind, which
-  // is a mistake of the host's, reaches the check that the log makes.
+  // never while a listener runs. Recursive, so that a log call from inside the log behind, which a
+  // host must not make, reaches that log's own check.
   std::recursive_mutex mutex;
   std::uint64_t lastSequence = 0;
   std::vector<Line> kept;    // a ring
   std::size_t nextKept = 0;  // where the next line goes
-  std::string spare;         // the text that left the ring last, for its memory
-  Lines unheard;             // those that `caller` is to pass on to the listeners
+  std::string spare;         // a text that left the ring, kept for its memory
+  Lines unheard;             // for `caller` to pass to the listeners
   Listeners listeners;
   std::uint64_t lastId = 0;
 
   std::thread::id caller;            // the thread that calls listeners, if one does
-  std::uint64_t called = 0;          // the listener that runs at the moment
+  std::uint64_t called = 0;          // the listener that runs, 0 if none does
   Listeners::node_type endedInside;  // it, if it has ended itself
   std::condition_variable_any callEnded;
 };
 
-// Nothing runs out of memory behind the call of the log.
+// Allocates everything before it calls the log, so that a line is added whole or not at all.
 void LogTap::State::Add(LogKind kind, Operation operation, const std::string& text) {
   const auto place = static_cast<std::size_t>(kind);
   if (!LetsPass(kind)) {
@@ -103,7 +103,7 @@ void LogTap::State::Add(LogKind kind, Operation operation, const std::string& te
   if (!unheard.empty() && !isAnyoneCalling) CallListeners(lock);
 }
 
-// One huge line must not make all that take its place as large.
+// A huge text is not reused, since each slot of the ring would come to hold that much memory.
 void LogTap::State::Keep(Line& line) noexcept {
   constexpr std::size_t LargestSpare = 1'000;
   if (kept.empty()) return;
@@ -120,7 +120,7 @@ std::uint64_t LogTap::State::Count(LogKind kind) const {
   return dropped[place] + passed[place];
 }
 
-// Lines of other threads may come meanwhile.
+// Other threads may add lines meanwhile.
 void LogTap::State::CallListeners(Lock& lock) noexcept {
   const CancellationPause pause;
   caller = std::this_thread::get_id();
@@ -132,7 +132,7 @@ void LogTap::State::CallListeners(Lock& lock) noexcept {
   caller = {};
 }
 
-// A listener may end any of them, so each is looked for when the one before it has returned.
+// A listener may end others, so each is looked up after the one before it has returned.
 void LogTap::State::CallListenersWith(const Line& line, Lock& lock) noexcept {
   for (auto next = listeners.begin(); next != listeners.end();) {
     const std::uint64_t id = next->first;
@@ -147,7 +147,7 @@ void LogTap::State::Call(std::uint64_t id, const Listener& listener, const Line&
   lock.unlock();
   try {
     listener.callback(line);
-  } catch (...) {  // no business of whoever logs
+  } catch (...) {  // must not reach the caller that logs
   }
   lock.lock();
   called = 0;
@@ -155,7 +155,7 @@ void LogTap::State::Call(std::uint64_t id, const Listener& listener, const Line&
   if (endedInside.empty()) return;
   Listeners::node_type ended = std::move(endedInside);
   lock.unlock();
-  ended = {};  // may call back
+  ended = {};  // its destructor may call back
   lock.lock();
 }
 
@@ -176,7 +176,7 @@ std::uint64_t LogTap::State::AddListener(std::function<void(const Line&)> callba
   return lastId = id;
 }
 
-// The callable is destroyed here, without the lock, since it may call back.
+// The callable is destroyed after the lock is released, since it may call back.
 void LogTap::State::RemoveListener(std::uint64_t id) noexcept {
   const CancellationPause pause;
   Listeners::node_type ended;

@@ -22,7 +22,7 @@ constexpr std::string_view NameForm = "00000000-0000-0000-0000-000000000000.txt"
 constexpr std::size_t VersionPlace = 14;
 
 struct Archive {
-  // The younger first. Names of version 7 sort by time even within a millisecond.
+  // The youngest first. Version 7 names sort by time even within a millisecond.
   bool operator<(const Archive& other) const {
     return time != other.time ? time > other.time : name > other.name;
   }
@@ -49,7 +49,7 @@ milliseconds SinceEpoch(TimePoint time) {
   return std::chrono::floor<milliseconds>(time.time_since_epoch());
 }
 
-// A GUID of version 7 opens with the time of its making.
+// A version 7 GUID starts with 48 bits of milliseconds since 1970.
 milliseconds TimeInName(const std::string& name) {
   const std::string digits = name.substr(0, 8) + name.substr(9, 4);
   std::int64_t time = 0;
@@ -82,7 +82,7 @@ class ArchiveFinder {
     if (!failure) archives.push_back({SinceEpoch(changed) + fileEpoch, text, entry.path()});
   }
 
-  // Where the files' clock has its zero. Not every standard library converts it by itself.
+  // The zero of the file clock. Not every standard library has std::chrono::clock_cast.
   const milliseconds fileEpoch =
       SinceEpoch(std::chrono::system_clock::now()) - SinceEpoch(fs::file_time_type::clock::now());
   std::vector<Archive> archives;

@@ -9,7 +9,7 @@
 namespace Common::Kit {
 namespace {
 
-// Grows without moving what it holds: that would destroy callables under the lock.
+// A deque grows without moving its elements, which would destroy callables under the lock.
 using CallQueue = std::deque<std::function<void()>>;
 
 constexpr std::size_t CacheLine = 64;
@@ -39,8 +39,7 @@ struct PostedCalls::State {
   alignas(CacheLine) std::mutex mutex;
   CallQueue posted;
 
-  // The ticking thread's own, on another cache line than the lock. The others may read how many
-  // calls are left in it.
+  // For the ticking thread, on another cache line than the lock. Other threads read only `left`.
   alignas(CacheLine) CallQueue batch;
   std::atomic<std::size_t> left = 0;
   Vorn::IntrudablePtr<IFrameReactor> reactor;
@@ -56,7 +55,7 @@ std::size_t PostedCalls::State::TakePosted() {
   return batch.size() + posted.size();
 }
 
-// What an exception has left in the batch comes first.
+// Calls that an exception left in the batch come first.
 void PostedCalls::State::RunWaiting() {
   for (std::size_t due = TakePosted(); due > 0; --due) {
     if (batch.empty()) TakePosted();

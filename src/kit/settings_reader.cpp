@@ -24,7 +24,7 @@ constexpr double NoNumber = std::numeric_limits<double>::quiet_NaN();
 
 // ---- Numbers with a fraction.
 
-// Rounds to a float what lies within the range of one.
+// Rounds to float if the value is in its range.
 double RoundToFloat(double value) {
   const bool isWithinRange = std::fabs(value) <= std::numeric_limits<float>::max();
   return isWithinRange ? double{static_cast<float>(value)} : value;
@@ -34,13 +34,13 @@ bool IsFloat(double value) {
   return std::fabs(value) <= std::numeric_limits<float>::max() && RoundToFloat(value) == value;
 }
 
-// Whether all digits are written of a whole number: as long as each has a double of its own.
+// Whether all digits are written: of whole numbers, while each has a double of its own.
 bool IsPlainWhole(double value) {
   constexpr double FirstWithout = 9007199254740992.0;
   return std::fabs(value) < FirstWithout && std::trunc(value) == value;
 }
 
-// Where the fallback is a float, fractions are compared as floats.
+// If the fallback is a float, fractions are compared as floats.
 bool IsRight(double value, double fallback, double lowest, double highest) {
   const auto compared = [isFloat = IsFloat(fallback)](double number) {
     return isFloat && !IsPlainWhole(number) ? RoundToFloat(number) : number;
@@ -56,7 +56,7 @@ std::optional<double> ParseFloat(std::string_view text) {
   double value = 0.0;
   const char* const end = text.data() + text.size();
   const auto parsed = fast_float::from_chars(text.data(), end, value);
-  // Releases of the parser differ in whether a number that is too large or too small is a failure.
+  // Releases of the parser differ in whether overflow and underflow are failures.
   const bool isNumber = parsed.ec != std::errc::invalid_argument && parsed.ptr == end;
   if (!isNumber || !std::isfinite(value)) return std::nullopt;
   return value;
@@ -73,7 +73,7 @@ std::string FormatFloat(double value) {
   if (IsPlainWhole(value)) return FormatBy(value, std::chars_format::fixed);
   if (IsFloat(value)) {
     std::string text = FormatBy(static_cast<float>(value));
-    // A few floats lie so that a double between text and float would round away from them.
+    // A few floats change when their text is read as a double and then rounded.
     if (RoundToFloat(ParseFloat(text).value_or(NoNumber)) == value) return text;
   }
   return FormatBy(value);
@@ -119,7 +119,7 @@ struct Asked {
 }  // namespace
 
 struct SettingsReader::State {
-  // The setting of this name. What `describe` returns is kept of the first question.
+  // Finds the setting, or adds what `describe` returns.
   template <class Describe>
   Asked& Ask(const std::string& key, Describe describe) {
     const auto known = askedByKey.find(key);
@@ -127,8 +127,8 @@ struct SettingsReader::State {
     return askedByKey.emplace(key, Asked{askedByKey.size(), describe()}).first->second;
   }
 
-  // GetInt does not tell a number that equals its default from a text that is none, but the two
-  // answers to two defaults do.
+  // GetInt returns its default for a wrong text. A second call with another default tells that from
+  // a number that equals the first.
   std::optional<std::int32_t> FindInt(const std::string& key, std::int32_t fallback) {
     const std::int32_t value = store.GetInt(key, fallback);
     if (value != fallback) return value;

@@ -126,8 +126,8 @@ class OpenFile {
 };
 
 std::optional<fs::path> FollowLinks(fs::path path) {
-  constexpr int MostLinks = 40;  // as many as the system follows
-  for (int links = 0; links < MostLinks; ++links) {
+  constexpr int MaxLinks = 40;  // as many as the system follows
+  for (int links = 0; links < MaxLinks; ++links) {
     std::error_code isNoLink;
     const fs::path next = fs::read_symlink(path, isNoLink);
     if (isNoLink) return path;
@@ -148,11 +148,11 @@ class OldFile {
     return fstat(file.descriptor, &status) == 0 && S_ISREG(status.st_mode);
   }
 
-  // A change of the owner takes some permissions away, so they come last.
+  // fchown may clear permissions, so they come last.
   bool GivePermissionsTo(const fs::path& /*other*/, const OpenFile& other) const {
     constexpr auto SameOwner = static_cast<uid_t>(-1);
     constexpr mode_t Permissions = 07777;
-    [[maybe_unused]] const bool keepsGroup =  // which only a member of it may give
+    [[maybe_unused]] const bool keepsGroup =  // only a member may give a file to its group
         fchown(other.descriptor, status.st_uid, status.st_gid) == 0 ||
         fchown(other.descriptor, SameOwner, status.st_gid) == 0;
     return fchmod(other.descriptor, status.st_mode & Permissions) == 0;
@@ -165,16 +165,16 @@ class OldFile {
 };
 
 OpenFile MakeFile(const fs::path& path, bool isPrivate) {
-  constexpr mode_t Owner = 0600;
-  constexpr mode_t Everybody = 0666;  // less what the process's mask takes away
-  return OpenFile(path, O_WRONLY | O_CREAT | O_EXCL, isPrivate ? Owner : Everybody);
+  constexpr mode_t OwnerOnly = 0600;
+  constexpr mode_t DefaultMode = 0666;  // less the umask
+  return OpenFile(path, O_WRONLY | O_CREAT | O_EXCL, isPrivate ? OwnerOnly : DefaultMode);
 }
 
 bool FlushToDisk(const OpenFile& file) { return fsync(file.descriptor) == 0; }
 
 bool MoveOver(const fs::path& from, const fs::path& to) {
   if (std::rename(from.c_str(), to.c_str()) != 0) return false;
-  // The name, too, is to be on the disk. Where the system does not do that, the file is whole.
+  // Flushes the new name too. If that fails, the file is still whole.
   const OpenFile folder(to.has_parent_path() ? to.parent_path() : ".", O_RDONLY | O_DIRECTORY);
   if (folder.IsOpen()) FlushToDisk(folder);
   return true;
@@ -182,7 +182,7 @@ bool MoveOver(const fs::path& from, const fs::path& to) {
 
 #endif
 
-// Removes the file at the end of the scope if it is still there under that name.
+// Removes the file at the end of the scope, if it still has that name.
 class ScopedRemoval {
  public:
   explicit ScopedRemoval(const fs::path& path) : path(path) {}
@@ -204,7 +204,7 @@ bool WriteWhole(const fs::path& path, const std::string& text) {
   return file.IsOpen();
 }
 
-// Both files are closed again before one takes the other's place, as Windows asks.
+// Closes both files before one replaces the other, as Windows requires.
 bool WriteNewFile(const fs::path& path, const fs::path& target, const std::string& text) {
   OldFile old(target);
   if (!old.MayBeReplaced()) return false;

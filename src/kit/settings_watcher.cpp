@@ -46,15 +46,15 @@ SettingsWatcher::State::State(Config::SConfigFile& store, std::string path)
   knownEntries = Parse(knownText);
 }
 
-// None if there is no file to read. The files of a store that are not on the disk, as those of a
-// stand-in, are asked for through the store.
+// None if there is no file to read. A store whose files are not on the disk, such as a stand-in, is
+// asked for its own.
 std::optional<std::string> SettingsWatcher::State::ReadText() {
   try {
     const auto file = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(path));
     if (file.Exists()) return Vorn::ReadWholeFileToString(file);
     const ConfigEntries entries = store.ReadFile(path);
     if (!entries.empty()) return store.FormatEntries(entries);
-  } catch (const std::filesystem::filesystem_error&) {  // in somebody's hands at the moment
+  } catch (const std::filesystem::filesystem_error&) {  // somebody is writing it
   }
   return std::nullopt;
 }
@@ -68,7 +68,7 @@ void SettingsWatcher::State::See(std::string text) {
   seenText = std::move(text);
 }
 
-// Whether the program may have saved the file so.
+// If so, the program itself may have saved the file.
 bool SettingsWatcher::State::StoreHoldsAll(const ConfigEntries& entries) {
   return std::all_of(entries.begin(), entries.end(), [this](const auto& entry) {
     return store.FindString(entry.first) == entry.second;
@@ -89,7 +89,7 @@ std::vector<SettingsWatcher::Change> SettingsWatcher::State::FindEdits(
   return edits;
 }
 
-// A setting that the program has removed, and saved so, is no deletion.
+// A setting that the program itself removed is not reported.
 void SettingsWatcher::State::AddDeletions(const ConfigEntries& entries,
                                           std::vector<Change>& changes) {
   for (const auto& [key, value] : knownEntries) {
@@ -131,7 +131,7 @@ std::vector<SettingsWatcher::Change> SettingsWatcher::State::Look() {
     See(std::move(*text));
     return {};
   }
-  // The program has saved over what was seen, whose last line may have been half-written.
+  // The program has saved over what was seen, whose last line may be cut.
   std::vector<Change> edits = FindEdits(Parse(WholeLinesOf(*seenText)));
   TakeOver(edits);
   Know(std::move(*text), std::move(entries));

@@ -18,7 +18,7 @@ class Filler : public Vorn::IScoped {
   Filler(StandInClock& clock, std::uint64_t duration)
       : clock(clock), startTime(clock.now), duration(duration) {}
 
-  // Where SetOrigin has set the clock back, more than the duration seems to be left of it.
+  // After SetOrigin has set the clock back, more than the duration seems to be left.
   ~Filler() override { clock.Wait(std::min(TimeLeft(startTime, duration, clock.now), duration)); }
 
  private:

@@ -14,7 +14,7 @@ using SetPeriod = UINT(WINAPI*)(UINT milliseconds);
 constexpr UINT PeriodMilliseconds = 1;
 constexpr UINT Granted = 0;
 
-// Whether the operation of this name is there and grants the period.
+// Returns whether the operation exists and grants the period.
 bool Call(HMODULE library, const char* name) noexcept {
   const auto address = reinterpret_cast<void (*)()>(GetProcAddress(library, name));
   const auto setPeriod = reinterpret_cast<SetPeriod>(address);

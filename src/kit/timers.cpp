@@ -17,8 +17,7 @@ constexpr std::uint64_t Never = std::numeric_limits<std::uint64_t>::max();
 
 enum class Kind { Once, Repeating };
 
-// What a timer keeps while it waits. A slot is used again for later timers, whose sequence tells
-// them apart.
+// A waiting timer. Slots are reused; the sequence tells their timers apart.
 struct Slot {
   std::function<void()> callback;  // empty while it runs
   std::uint64_t sequence = 0;      // 0 in a free slot
@@ -27,14 +26,14 @@ struct Slot {
   std::size_t nextFree = NoSlot;  // of a free slot
 };
 
-// When a timer is due, in microseconds since the origin. It outlives a timer that is cancelled.
+// When a timer is due, in microseconds since the origin. May outlive its timer.
 struct Due {
   std::uint64_t time = 0;
   std::uint64_t sequence = 0;
   std::size_t slot = 0;
 };
 
-// The order of a heap whose top is due first.
+// Puts the earliest on top of a heap.
 bool IsLater(const Due& left, const Due& right) {
   return left.time != right.time ? left.time > right.time : left.sequence > right.sequence;
 }
@@ -43,7 +42,7 @@ std::uint64_t AddWithinRange(std::uint64_t time, std::uint64_t delay) {
   return delay < Never - time ? time + delay : Never;
 }
 
-// The first time of the phase that `now` has not reached.
+// The first time of the phase that is after `now`.
 std::uint64_t NextTime(std::uint64_t due, std::uint64_t interval, std::uint64_t now) {
   if (interval == 0) return now;
   const std::uint64_t late = now - due;
@@ -64,11 +63,11 @@ class Timers::State {
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
-  // While the callables end, whose destructors may call back, the Timers still has its state.
+  // Not in the destructor: callables may call back while they are destroyed, and need the state.
   void DropAll() {
     assert(!isRunning && "Timers ended inside the callback of one of their timers");
     reactor = nullptr;
-    while (!heap.empty()) Cancel(NameOf(heap.front()));
+    while (!heap.empty()) Cancel(IdOf(heap.front()));
   }
 
   Id Start(std::uint64_t delay, Kind kind, std::function<void()> callback) {
@@ -86,7 +85,7 @@ class Timers::State {
     ++waiting;
     const Due due{AddWithinRange(now - origin, delay), slot.sequence, index};
     PutIntoHeap(due);
-    return NameOf(due);
+    return IdOf(due);
   }
 
   bool Cancel(Id id) {
@@ -99,7 +98,7 @@ class Timers::State {
   std::size_t Waiting() const { return waiting; }
 
   std::optional<std::uint64_t> NextDue() const {
-    const auto isWaiting = [this](const Due& due) { return IsWaiting(NameOf(due)); };
+    const auto isWaiting = [this](const Due& due) { return IsWaiting(IdOf(due)); };
     const auto first =
         std::find_if(batch.begin() + static_cast<std::ptrdiff_t>(served), batch.end(), isWaiting);
     if (first != batch.end()) return origin + first->time;
@@ -108,7 +107,7 @@ class Timers::State {
   }
 
  private:
-  // Gives back to the heap what an exception kept from running.
+  // Puts the timers that an exception kept from running back into the heap.
   class BatchRun {
    public:
     explicit BatchRun(State& timers) : timers(timers) { timers.isRunning = true; }
@@ -116,7 +115,7 @@ class Timers::State {
       timers.isRunning = false;
       while (!IsOver()) {
         const Due& due = TakeNext();
-        if (timers.IsWaiting(NameOf(due))) timers.PutIntoHeap(due);
+        if (timers.IsWaiting(IdOf(due))) timers.PutIntoHeap(due);
       }
       timers.batch.clear();
       timers.served = 0;
@@ -132,8 +131,7 @@ class Timers::State {
     State& timers;
   };
 
-  // Gives the callable of a repeating timer back to it once it has returned or thrown, unless the
-  // timer was cancelled meanwhile.
+  // Holds a repeating timer's callable while it runs, and returns it unless it was cancelled.
   class CallbackLoan {
    public:
     CallbackLoan(State& timers, Id id)
@@ -153,7 +151,7 @@ class Timers::State {
     const Id id;
   };
 
-  static Id NameOf(const Due& due) {
+  static Id IdOf(const Due& due) {
     Id id;
     id.sequence = due.sequence;
     id.slot = due.slot;
@@ -164,8 +162,7 @@ class Timers::State {
     return id.sequence != 0 && id.slot < slots.size() && slots[id.slot].sequence == id.sequence;
   }
 
-  // Heap and batch get room for all that the two hold, so that nothing but the making of a timer
-  // can run out of memory.
+  // Heap and batch each get room for all that both hold: only making a timer may run out of memory.
   void MakeRoomForOne() {
     const std::size_t held = heap.size() + batch.size() - served;
     if (heap.capacity() <= held) heap.reserve(2 * held + 1);
@@ -176,7 +173,7 @@ class Timers::State {
     }
   }
 
-  // The slot is free before the callable, which the caller destroys, can call back.
+  // Frees the slot before the caller destroys the callable, which may call back.
   std::function<void()> TakeFromSlot(std::size_t index) {
     Slot& slot = slots[index];
     std::function<void()> callback = std::move(slot.callback);
@@ -189,7 +186,7 @@ class Timers::State {
   }
 
   void RunDueTimers() {
-    if (heap.empty() || isRunning) return;  // a tick inside a tick, which the host must not make
+    if (heap.empty() || isRunning) return;  // a host must not tick inside a tick
     const std::uint64_t now = readClock() - origin;
     while (!heap.empty() && heap.front().time <= now) {
       batch.push_back(heap.front());
@@ -198,7 +195,7 @@ class Timers::State {
     }
     for (BatchRun run(*this); !run.IsOver();) {
       const Due due = run.TakeNext();
-      if (IsWaiting(NameOf(due))) RunTimer(due, now);
+      if (IsWaiting(IdOf(due))) RunTimer(due, now);
     }
   }
 
@@ -210,12 +207,11 @@ class Timers::State {
       return;
     }
     PutIntoHeap({NextTime(due.time, slot.interval, now), due.sequence, due.slot});
-    const CallbackLoan loan(*this, NameOf(due));
+    const CallbackLoan loan(*this, IdOf(due));
     loan.Run();
   }
 
-  // The heap may hold entries of timers that were cancelled, but none at its top and not more than
-  // there are timers that wait.
+  // Cancelled timers may stay in the heap, but not at its top, nor more of them than wait.
 
   void PutIntoHeap(const Due& due) {
     heap.push_back(due);
@@ -228,18 +224,18 @@ class Timers::State {
   }
 
   void DropCancelledTop() {
-    while (!heap.empty() && !IsWaiting(NameOf(heap.front()))) TakeTop();
+    while (!heap.empty() && !IsWaiting(IdOf(heap.front()))) TakeTop();
   }
 
   void DropCancelled() {
     DropCancelledTop();
     if (heap.size() / 2 <= waiting) return;
-    std::erase_if(heap, [this](const Due& due) { return !IsWaiting(NameOf(due)); });
+    std::erase_if(heap, [this](const Due& due) { return !IsWaiting(IdOf(due)); });
     std::make_heap(heap.begin(), heap.end(), IsLater);
   }
 
   const std::function<std::uint64_t()> readClock;
-  std::uint64_t origin = 0;  // the clock when the first of those that wait was made
+  std::uint64_t origin = 0;  // the clock when a timer was last made while none waited
   std::uint64_t lastSequence = 0;
   std::size_t waiting = 0;
   std::vector<Slot> slots;

@@ -16,7 +16,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Records = std::vector<MeasureRecord>;
 
-// Of a phase, or of a whole, which has no record.
+// Names a phase, or a whole, which has no record.
 struct Name {
   std::string accumulator;
   std::string record;
@@ -58,7 +58,7 @@ class EventWriter {
   const char* separator = "\n";
 };
 
-// The record that is about to end, and what tells afterwards how long it ran.
+// A running record before it is ended, to tell afterwards how long it ran.
 struct Running {
   std::uint64_t Duration(const Records& records) const {
     return records[position].totalTime - timeBefore;
@@ -70,7 +70,7 @@ struct Running {
   const std::uint64_t timeBefore;
 };
 
-Running PresentOf(const AccumulatorHandle& handle) {
+Running CurrentRecord(const AccumulatorHandle& handle) {
   assert(handle.records != nullptr && handle.position < handle.records->size() &&
          "the handle came from no profiler");
   const MeasureRecord& record = (*handle.records)[handle.position];
@@ -79,8 +79,8 @@ Running PresentOf(const AccumulatorHandle& handle) {
 
 }  // namespace
 
-// The names of one accumulator. After the profiler has freed its records they may be made again in
-// another order, so those by position are compared at each use.
+// The names of one accumulator. A profiler may free its records and make them again in another
+// order, so those by position are checked at each use.
 struct Trace::Accumulator {
   explicit Accumulator(std::string ownName) : name(std::move(ownName)) {}
 
@@ -159,8 +159,8 @@ class Trace::State {
     }
   }
 
-  // By address, since that is quick; by name where the records are new, or stand where those of
-  // another accumulator stood before the profiler freed them.
+  // By address, which is quick. By name if the records are new, or were allocated where freed
+  // records of another accumulator had been.
   Accumulator& FindAccumulator(const Records& records) {
     const std::string& name = records.front().name;
     const auto known = byAddress.find(&records);
@@ -207,7 +207,7 @@ class Trace::State {
   std::vector<Entry> ring;
   std::size_t next = 0;  // where the next entry goes
   bool isFull = false;
-  std::deque<Name> names;  // where they stay
+  std::deque<Name> names;  // a deque, since entries point at them
   std::map<std::string, Accumulator> accumulators;
   std::unordered_map<const Records*, Accumulator*> byAddress;
   const std::string threadName;
@@ -242,7 +242,7 @@ TracedMeasurement::TracedMeasurement(AccumulatorHandle handle, Trace& trace)
     : handle(handle), trace(*trace.state) {}
 
 TracedMeasurement::~TracedMeasurement() {
-  const Running last = PresentOf(handle);
+  const Running last = CurrentRecord(handle);
   handle.Stop();
   if (last.idle) return;
   trace.KeepPhase(whole, *handle.records, last);
@@ -250,7 +250,7 @@ TracedMeasurement::~TracedMeasurement() {
 }
 
 void TracedMeasurement::GoOnTo(const std::string& name) {
-  const Running ended = PresentOf(handle);
+  const Running ended = CurrentRecord(handle);
   handle.GoOnTo(name);
   if (!ended.idle) trace.KeepPhase(whole, *handle.records, ended);
 }

@@ -7,8 +7,8 @@
 namespace Common {
 namespace {
 
-// Opens every guard file. Another layout has another number.
-constexpr std::string_view Opening = "common_services guard 1\n";
+// The first bytes of every guard file. A change of the layout changes the number.
+constexpr std::string_view Magic = "common_services guard 1\n";
 constexpr std::size_t LongestPath = 4096;  // in bytes
 constexpr std::uint64_t FirstSize = 256 * 1024;
 
@@ -27,7 +27,7 @@ struct StoredTarget {
 }  // namespace
 
 struct GuardFile::Header {
-  char opening[Opening.size()];
+  char magic[Magic.size()];
   Counter used;     // bytes of lines behind this header
   Counter current;  // the number of the target that counts
   StoredTarget targets[2];
@@ -43,10 +43,8 @@ std::unique_ptr<GuardFile> GuardFile::Open(const std::filesystem::path& path) {
   return nullptr;
 }
 
-// A process that dies in between leaves an empty file or one that opens as a guard file does.
-bool GuardFile::Make() noexcept {
-  return file.WriteStart(Opening) && file.ReserveAndMap(FirstSize);
-}
+// A process that dies in between leaves an empty file or just the magic. `Open` takes both.
+bool GuardFile::Make() noexcept { return file.WriteStart(Magic) && file.ReserveAndMap(FirstSize); }
 
 bool GuardFile::TakeOver(std::uint64_t size) noexcept {
   if (!IsGuardFile() || !file.ReserveAndMap(std::max(size, FirstSize))) return false;
@@ -55,11 +53,11 @@ bool GuardFile::TakeOver(std::uint64_t size) noexcept {
 }
 
 bool GuardFile::IsGuardFile() const noexcept {
-  char opening[Opening.size()];
-  return file.ReadStart(opening) && std::string_view(opening, sizeof opening) == Opening;
+  char magic[Magic.size()];
+  return file.ReadStart(magic) && std::string_view(magic, sizeof magic) == Magic;
 }
 
-// Whether a file of this size can hold what its header tells.
+// Whether a file of this size can hold what its header claims.
 bool GuardFile::IsSound(std::uint64_t size) const noexcept {
   const Header& head = Head();
   const std::uint64_t used = head.used.load(std::memory_order_acquire);

@@ -12,23 +12,21 @@
 
 namespace Common {
 
-// The file that lines are for, as the guard file keeps it.
+// The file that the lines belong to, as the guard file stores it.
 struct GuardTarget {
   std::filesystem::path file;
-  FileMark mark;              // as the file was before the lines that the guard holds
+  FileMark mark;              // of the file before any of the lines that the guard holds
   bool isArchive = false;     // a later start has chosen the file for these lines
-  std::uint64_t skipped = 0;  // which then leaves out so many bytes, as they stand elsewhere
+  std::uint64_t skipped = 0;  // bytes that it leaves out, since another file has them
 };
 
-// A second place for the lines that wait: the memory of a mapped file, which outlives the process.
-// A single store makes each change valid, after all that the change consists of has been written,
-// so the process may die at any instruction. For lines it is the store of the number of bytes in
-// use, and for a target the store of which of the two targets counts.
+// A second copy of the waiting lines, in the memory of a mapped file, which outlives the process.
+// The process may die at any instruction: each change is written first and then made valid by a
+// single store, of `used` for lines and of `current` for a target.
 class GuardFile final {
  public:
-  // The guard file at `path` with the lines that it holds, or a new one without. Null where none
-  // can be made, another process holds it, or the file is not a guard file of this version. What is
-  // damaged holds no lines.
+  // Opens the guard file at `path` with the lines in it, or makes a new one. Null if it cannot be
+  // made, another process holds it, or it is not of this version. A damaged one has no lines.
   static std::unique_ptr<GuardFile> Open(const std::filesystem::path& path);
 
   const std::filesystem::path& Path() const noexcept { return path; }
@@ -37,22 +35,20 @@ class GuardFile final {
   std::string_view Lines() const noexcept;
   GuardTarget Target() const;
 
-  // Which file the lines go to. Of a path that is too long for the guard, none is kept.
+  // The file that the lines go to. A path that is too long for the guard is not kept.
   void SetTarget(const std::filesystem::path& target, const FileMark& mark, bool isArchive = false,
                  std::uint64_t skipped = 0) noexcept;
 
-  // Takes the lines, all or none. Once there is no room for some, none is taken until `DropLines`:
-  // later lines would stand behind a gap.
+  // Adds all of the lines or none. Once some did not fit, it takes no more until `DropLines`, since
+  // later lines would follow a gap.
   void Add(std::span<const std::string> lines) noexcept;
 
   bool HoldsAll() const noexcept { return !isFull; }
 
   void DropLines() noexcept;
 
-  // Closes the file and deletes it.
   void Remove() noexcept { file.Remove(); }
 
-  // Closes the file and leaves it as it is.
   void Close() noexcept { file.Close(); }
 
  private:

@@ -24,7 +24,7 @@ namespace ipc = boost::interprocess;
 
 using Handle = ipc::file_handle_t;
 
-// What Boost maps. Its own class for this takes narrow names, which cannot name every file.
+// Takes the place of Boost's file_mapping, whose narrow names cannot name every file.
 struct Mappable {
   // NOLINTBEGIN(readability-identifier-naming): the names are Boost's
   ipc::mapping_handle_t get_mapping_handle() const {
@@ -51,7 +51,7 @@ bool IsRegularFile(Handle file) noexcept {
 void CloseFile(Handle file) noexcept { CloseHandle(file); }
 
 // Others may read, so that the file can be copied or looked at.
-Handle OpenAlone(const std::filesystem::path& path) noexcept {
+Handle OpenExclusive(const std::filesystem::path& path) noexcept {
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
                                   nullptr, OPEN_ALWAYS, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   if (file == INVALID_HANDLE_VALUE || IsRegularFile(file)) return file;
@@ -88,11 +88,11 @@ bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noe
 
 bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file, size); }
 
-// What is mapped cannot be cut here.
-void CutTo(Handle /*file*/, std::uint64_t /*size*/) noexcept {}
+// Windows does not truncate a mapped file.
+void TruncateTo(Handle /*file*/, std::uint64_t /*size*/) noexcept {}
 
-// An open file cannot be replaced, so its name still is its own. One that another process opens in
-// between stays.
+// Windows does not replace an open file, so the name still belongs to this one. If another process
+// opens it in between, it stays.
 void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
   CloseFile(file);
   DeleteFileW(path.c_str());
@@ -102,7 +102,7 @@ void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
 
 constexpr Handle NoFile = -1;
 
-bool StandsAt(const std::filesystem::path& path, Handle file) noexcept {
+bool IsSameFileAt(const std::filesystem::path& path, Handle file) noexcept {
   struct stat opened {};
   struct stat found {};
   return fstat(file, &opened) == 0 && lstat(path.c_str(), &found) == 0 &&
@@ -116,17 +116,16 @@ bool IsRegularFile(Handle file) noexcept {
 
 void CloseFile(Handle file) noexcept { close(file); }
 
-// A lock of the open file, not of the process, so that it does not go when the host opens and
-// closes the file too. A file that its owner deletes between our opening and locking it is not the
-// one.
-Handle OpenAlone(const std::filesystem::path& path) noexcept {
-  constexpr mode_t everybody = 0666;  // less what the process's mask takes away
+// The lock belongs to the open file, not to the process, so it stays when the host opens and closes
+// the same file. If the owner deletes the file between our open and our lock, we try again.
+Handle OpenExclusive(const std::filesystem::path& path) noexcept {
+  constexpr mode_t defaultMode = 0666;  // less the umask
   while (true) {
     const int file =
-        open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, everybody);
+        open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, defaultMode);
     if (file == NoFile) return NoFile;
     const bool isOurs = IsRegularFile(file) && flock(file, LOCK_EX | LOCK_NB) == 0;
-    if (isOurs && StandsAt(path, file)) return file;
+    if (isOurs && IsSameFileAt(path, file)) return file;
     CloseFile(file);
     if (!isOurs) return NoFile;
   }
@@ -143,14 +142,14 @@ bool ReadAt(Handle file, std::uint64_t offset, std::span<char> bytes) noexcept {
          static_cast<ssize_t>(bytes.size());
 }
 
-// To pass the process's own limit would be a signal that ends it.
-bool MayBeSoLong(std::uint64_t size) noexcept {
+// Writing beyond the process's limit would raise SIGXFSZ, which ends it.
+bool IsWithinSizeLimit(std::uint64_t size) noexcept {
   rlimit limit{};
   return getrlimit(RLIMIT_FSIZE, &limit) != 0 || size <= limit.rlim_cur;
 }
 
 bool WriteAt(Handle file, std::uint64_t offset, std::span<const char> bytes) noexcept {
-  return MayBeSoLong(offset + bytes.size()) &&
+  return IsWithinSizeLimit(offset + bytes.size()) &&
          pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset)) ==
              static_cast<ssize_t>(bytes.size());
 }
@@ -161,9 +160,9 @@ bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file,
 
 #else
 
-// A file that is not new may have holes, as a copy has, so it is reserved from its start.
+// From the start, since an old file may have holes, as a copy does.
 bool Reserve(Handle file, std::uint64_t size) noexcept {
-  if (size > SizeOf(file) && !MayBeSoLong(size)) return false;
+  if (size > SizeOf(file) && !IsWithinSizeLimit(size)) return false;
   int failure = 0;
   do {
     failure = posix_fallocate(file, 0, static_cast<off_t>(size));
@@ -175,26 +174,25 @@ bool Reserve(Handle file, std::uint64_t size) noexcept {
 #endif
 
 // Gives back what was reserved in part.
-void CutTo(Handle file, std::uint64_t size) noexcept {
+void TruncateTo(Handle file, std::uint64_t size) noexcept {
   if (SizeOf(file) > size) static_cast<void>(ftruncate(file, static_cast<off_t>(size)) == 0);
 }
 
 void RemoveAndClose(const std::filesystem::path& path, Handle file) noexcept {
-  if (StandsAt(path, file)) unlink(path.c_str());
+  if (IsSameFileAt(path, file)) unlink(path.c_str());
   CloseFile(file);
 }
 
 #endif
 
-// A child's mapping would keep the file locked for as long as the child lives, although it has
-// closed the file.
+// A child's mapping would keep the file locked while the child lives, even once it is closed.
 void HideFromChildren([[maybe_unused]] const ipc::mapped_region& region) noexcept {
 #ifdef MADV_DONTFORK
   madvise(region.get_address(), region.get_size(), MADV_DONTFORK);
 #endif
 }
 
-// Where no call reserves blocks, only what is written has one for certain.
+// For systems that cannot reserve blocks: only what is written is sure to have one.
 bool WriteZeros(Handle file, std::uint64_t size) noexcept {
   static constexpr char Zeros[64 * 1024] = {};
   for (std::uint64_t end = SizeOf(file); end < size;) {
@@ -208,7 +206,7 @@ bool WriteZeros(Handle file, std::uint64_t size) noexcept {
 }  // namespace
 
 MappedFile::MappedFile(std::filesystem::path path) noexcept
-    : path(std::move(path)), handle(HoldsNul(this->path) ? NoFile : OpenAlone(this->path)) {}
+    : path(std::move(path)), handle(HoldsNul(this->path) ? NoFile : OpenExclusive(this->path)) {}
 
 MappedFile::~MappedFile() { Close(); }
 
@@ -229,7 +227,7 @@ bool MappedFile::ReserveAndMap(std::uint64_t size) noexcept {
   if (!IsOpen()) return false;
   const std::uint64_t before = Size();
   if (!Reserve(handle, size)) {
-    CutTo(handle, before);
+    TruncateTo(handle, before);
     return false;
   }
   try {
@@ -238,7 +236,7 @@ bool MappedFile::ReserveAndMap(std::uint64_t size) noexcept {
     HideFromChildren(larger);
     region.swap(larger);
     return true;
-  } catch (...) {  // Boost's own failure, or no memory to tell of it
+  } catch (...) {  // interprocess_exception or bad_alloc
     return false;
   }
 }

@@ -59,8 +59,8 @@ bool KeepFromChildren(std::unique_ptr<GuardFile>* /*guard*/) { return true; }
 
 std::unique_ptr<GuardFile>* guardOfProcess = nullptr;
 
-// The child of a `fork` closes its copy of the file, and writes to the parent's no more. It frees
-// nothing, since another thread of the parent may have been at work on the guard.
+// Runs in the child of a `fork`, which leaves the guard to its parent. Frees nothing, since another
+// thread of the parent may have been using the guard.
 void LeaveGuardToParent() {
   static GuardFile* left = nullptr;
   if (guardOfProcess == nullptr || *guardOfProcess == nullptr) return;
@@ -68,7 +68,7 @@ void LeaveGuardToParent() {
   left->Close();
 }
 
-// From here on children made by `fork` find `guard` empty, and no other. Null ends that.
+// From here on children made by `fork` find `*guard` empty. Null turns that off.
 bool KeepFromChildren(std::unique_ptr<GuardFile>* guard) {
   guardOfProcess = guard;
   if (guard == nullptr) return true;
@@ -78,8 +78,8 @@ bool KeepFromChildren(std::unique_ptr<GuardFile>* guard) {
 
 #endif
 
-// A plain mutex that knows which thread holds it. A log call made from inside a log call is a
-// mistake of the host's and stops here, since the lock would never come.
+// Knows which thread holds it, so that a log call from inside a log call, which a host must not
+// make, fails here instead of hanging.
 class LineMutex {
  public:
   // NOLINTBEGIN(readability-identifier-naming): the names are the standard library's
@@ -98,7 +98,7 @@ class LineMutex {
   }
   // NOLINTEND(readability-identifier-naming)
 
-  // Only the thread itself ever stores its own id, so its answer is sure without an order.
+  // Relaxed is enough: only the thread itself ever stores its own id.
   bool IsHeldByThisThread() const noexcept {
     return holder.load(std::memory_order_relaxed) == std::this_thread::get_id();
   }
@@ -140,12 +140,12 @@ class MessageLogImpl final : public Log::SMessageLog {
   void RemoveGuardFile() noexcept;
   void ReportFailedOpen() noexcept;
 
-  // No lock guards these: the host keeps their operations apart from each other and from log calls.
+  // Not locked: the host keeps their operations apart from each other and from log calls.
   std::vector<std::string> sideLines;
   bool liveOutput = false;
   PreviousLog previousLog;
 
-  // Guards what stands below it, but for `logFile`, which log calls only read.
+  // Guards the members below. Log calls only read `logFile`.
   LineMutex lineMutex;
   Vorn::SharedPath logFile;
   std::vector<std::string> pendingLines;  // oldest first, each ended by a line feed
@@ -154,8 +154,6 @@ class MessageLogImpl final : public Log::SMessageLog {
   char fileBuffer[FileBufferSize];
 };
 
-// A log that cannot be moved away stays untouched: this run then has no file, until the host names
-// one.
 MessageLogImpl::MessageLogImpl() {
   SetLogFile(LogFileName);
   previousLog.name = logFile.Path();
@@ -202,7 +200,7 @@ void MessageLogImpl::SetLogFile(const std::string& fileName) {
   MarkLogFile();
 }
 
-// The line's memory is allocated before the lock is taken, since other threads wait for that lock.
+// Allocates the line before it takes the lock, since other threads wait for that.
 void MessageLogImpl::AddLine(std::string_view prefix, const std::string& text) {
   std::string line;
   line.reserve(prefix.size() + TimeStamper::UsualSize + 1 + text.size() + 1);
@@ -225,8 +223,7 @@ void MessageLogImpl::PublishLastLine() noexcept {
   DropPendingLines();
 }
 
-// One byte tells: only an error opens with the first byte of its prefix. A warning opens with that
-// of its own, and a plain line with a digit of the stamp.
+// The first byte tells: 'E' is an error; a warning has 'W', a message a digit of the stamp.
 void MessageLogImpl::CopyToConsole(const std::string& line) noexcept {
   InsertQuietly(line.front() == ErrorPrefix.front() ? std::cerr : std::cout, line);
 }
@@ -239,13 +236,12 @@ bool MessageLogImpl::Flush() {
     if (!WritePendingLines()) return false;
     DropPendingLines();
     return true;
-  } catch (const std::system_error&) {  // no lock to be had, and a dying process needs an answer
+  } catch (const std::system_error&) {  // no lock, and a dying process needs an answer
     return false;
   }
 }
 
-// Whether the file could be opened. With a buffer of the log's own a usual batch is one write to
-// the disk.
+// Returns whether the file could be opened. The buffer makes a usual batch one write to the disk.
 bool MessageLogImpl::WritePendingLines() noexcept {
   OutputFile file(logFile.Path(), OutputFile::Mode::Append, fileBuffer,
                   [this] { return GiveUpGuardFile(); });
@@ -258,15 +254,15 @@ bool MessageLogImpl::WritePendingLines() noexcept {
   return true;
 }
 
-// The guard drops the lines before it learns the new length of the file. In the other order, a
-// process that dies in between would leave lines that are taken for unwritten.
+// In this order, since a process that died between the mark and the drop would leave lines that
+// look unwritten.
 void MessageLogImpl::DropPendingLines() noexcept {
   pendingLines.clear();
   if (guard != nullptr) guard->DropLines();
   MarkLogFile();
 }
 
-// Tells the guard which file the lines that wait belong to, and where in it.
+// Tells the guard which file the waiting lines belong to, and how long it is.
 void MessageLogImpl::MarkLogFile() noexcept {
   if (guard != nullptr) guard->SetTarget(logFile.Path(), LookAt(logFile.Path()));
 }
@@ -301,14 +297,14 @@ bool MessageLogImpl::UseGuardFile(const std::filesystem::path& path) {
   return true;
 }
 
-// A full disk takes the guard and not the lines that its space is needed for.
+// On a full disk the guard is given up, so that its space serves the lines.
 bool MessageLogImpl::GiveUpGuardFile() noexcept {
   if (guard == nullptr) return false;
   RemoveGuardFile();
   return true;
 }
 
-// The lines leave it first: where the file cannot be deleted, nothing must come back.
+// Drops the lines first: if the file cannot be deleted, they must not come back.
 void MessageLogImpl::RemoveGuardFile() noexcept {
   if (guard == nullptr) return;
   guard->DropLines();
@@ -319,7 +315,7 @@ void MessageLogImpl::RemoveGuardFile() noexcept {
 void MessageLogImpl::ReportFailedOpen() noexcept {
   try {
     InsertQuietly(std::cerr, "Failed to open log file for writing: " + logFile.String() + '\n');
-  } catch (const std::exception&) {  // no memory for the text, and no other place to tell of it
+  } catch (const std::exception&) {  // no memory for the text
   }
 }
 

@@ -17,8 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The lines as text mode puts them on disk. The last one there may be cut anywhere, so all work is
-// on bytes.
+// The lines as text mode writes them, as bytes, since a file may end anywhere in them.
 std::string OnDisk(std::string_view lines) {
 #ifdef _WIN32
   std::string text;
@@ -35,7 +34,7 @@ std::string OnDisk(std::string_view lines) {
 bool Holds(const fs::path& file, std::uint64_t offset, std::string_view bytes) {
   if (bytes.empty()) return true;
   std::ifstream stream;
-  stream.imbue(std::locale::classic());  // another one may change bytes
+  stream.imbue(std::locale::classic());  // another locale may change bytes
   stream.open(file, std::ios::binary);
   stream.seekg(static_cast<std::streamoff>(offset));
   std::string found(bytes.size(), '\0');
@@ -43,8 +42,8 @@ bool Holds(const fs::path& file, std::uint64_t offset, std::string_view bytes) {
   return stream.good() && found == bytes;
 }
 
-// How much of `text` the file holds behind its marked length. Nothing where it is another file, or
-// holds anything else there.
+// How much of `text` the file holds behind its marked length. None if it is another file or holds
+// anything else there.
 std::optional<std::size_t> WrittenPart(const fs::path& file, const FileMark& mark,
                                        std::string_view text) {
   const FileMark found = LookAt(file);
@@ -62,14 +61,13 @@ bool IsSamePath(const fs::path& a, const fs::path& b) {
 
 bool WasTarget(const PreviousLog& previous, const GuardTarget& target) {
   if (previous.movedTo.empty() || !IsSamePath(previous.name, target.file)) return false;
-  // A run that dies just after it has opened its file leaves an empty one that it did not mark.
+  // A run that dies right after it has opened its file leaves an empty one without a mark.
   const bool isUnmarked = target.mark.exists == 0 && previous.mark.length == 0;
   return isUnmarked || previous.mark.IsSameFile(target.mark);
 }
 
-// The archive that the lines belong to, if any: what an earlier start has noted, or the previous
-// log. The mark of that is read again, because some file systems know a file by its place in a
-// folder.
+// The archive that the lines belong to, if any: one that an earlier start has noted, or the
+// previous log. The mark of the latter is read again, since a move may change the index.
 std::optional<GuardTarget> FindArchive(const GuardTarget& target, const PreviousLog& previous) {
   GuardTarget archive = target;
   if (!target.isArchive) {
@@ -83,9 +81,9 @@ std::optional<GuardTarget> FindArchive(const GuardTarget& target, const Previous
   return isThere ? std::optional(archive) : std::nullopt;
 }
 
-// The file that holds a first part of the lines, if any: a run may die while it writes a batch,
-// into a file of the host's own, or into its log, which a start without a guard may then have
-// moved. A previous log that could not be moved is left as it is.
+// The file that holds the first part of the lines, if any. A run that died in the middle of a batch
+// was writing to a file that the host had named, or to its log, which a start without a guard may
+// have moved since. A previous log that could not be moved is left as it is.
 std::optional<GuardTarget> FindBegunFile(const GuardTarget& target, const PreviousLog& previous,
                                          std::string_view text) {
   GuardTarget begun = target;
@@ -101,8 +99,7 @@ std::optional<GuardTarget> FindBegunFile(const GuardTarget& target, const Previo
   return std::nullopt;
 }
 
-// Notes the file in the guard before anything goes there, so that a start after this one knows
-// where to go on.
+// Notes the file in the guard before anything is written, so that the next start can go on.
 bool Append(GuardFile& guard, OutputFile& file, const GuardTarget& target,
             std::string_view missing) {
   guard.SetTarget(target.file, target.mark, true, target.skipped);
@@ -110,7 +107,7 @@ bool Append(GuardFile& guard, OutputFile& file, const GuardTarget& target,
   return file.IsOpen();
 }
 
-// Nothing where the file is not as it should be, or cannot be opened.
+// None if the file is not as expected, or cannot be opened.
 std::optional<bool> CompleteFile(GuardFile& guard, const GuardTarget& target,
                                  std::string_view text) {
   const std::optional<std::size_t> written = WrittenPart(target.file, target.mark, text);
@@ -120,7 +117,7 @@ std::optional<bool> CompleteFile(GuardFile& guard, const GuardTarget& target,
   return Append(guard, file, target, text.substr(*written));
 }
 
-// How many bytes of `text` are lines that stand whole in a previous log that could not be moved.
+// How many bytes of `text` are whole lines in a previous log that could not be moved.
 std::size_t CountWrittenLines(const GuardTarget& target, std::string_view text) {
   if (target.mark.exists == 0) return 0;
   const std::size_t written = WrittenPart(target.file, target.mark, text).value_or(0);
@@ -130,7 +127,7 @@ std::size_t CountWrittenLines(const GuardTarget& target, std::string_view text) 
 bool WriteOwnArchive(GuardFile& guard, const fs::path& archiveFolder, std::uint64_t skipped,
                      std::string_view text) {
   std::error_code failure;
-  fs::create_directory(archiveFolder, failure);  // a file that cannot be opened tells
+  fs::create_directory(archiveFolder, failure);  // if it fails, so does opening the file
   GuardTarget own{.file = archiveFolder / (Vorn::CreateGuid() + ".txt"),
                   .mark = {},
                   .isArchive = true,

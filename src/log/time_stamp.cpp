@@ -13,7 +13,7 @@ namespace Common {
 namespace {
 
 #ifdef _WIN32
-// The same stamp, spelt out: not every C runtime of this platform knows the short forms.
+// The short forms below spelled out: not every C runtime of Windows knows them.
 constexpr std::string_view TimeStampFormat = "%Y-%m-%d, %H:%M:%S:";
 
 std::tm ToLocalTime(std::time_t seconds) {
@@ -36,8 +36,7 @@ std::time_t ReadSecond() {
   return std::chrono::system_clock::to_time_t(now);
 }
 
-// A locale is a handle to facets that never change. Its own comparison takes all locales of one
-// name for equal, whatever their facets.
+// std::locale's own == takes all locales of one name for equal, whatever their facets.
 bool HaveOneHandle(const std::locale& left, const std::locale& right) {
   // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the handles, not what they stand for
   return std::memcmp(&left, &right, sizeof(std::locale)) == 0;
@@ -63,7 +62,7 @@ std::string FormatSecond(std::time_t second, const std::locale& locale) {
         TimeStampFormat.data() + TimeStampFormat.size());
   } catch (const std::bad_alloc&) {
     throw;
-  } catch (...) {  // the host's facet cannot keep a line out of the log: what it has written stands
+  } catch (...) {  // a host's facet must not cost the line: what it has written stays
   }
   return std::move(text).str();
 }

@@ -11,18 +11,18 @@ namespace Common {
 // one thread at a time.
 class TimeStamper {
  public:
-  // Of a stamp in the classic locale. Another locale's may be longer.
+  // Of a stamp in the classic locale. Others may be longer.
   static constexpr std::size_t UsualSize = 21;
 
-  // Good until the next call. Formats again in another second, and in each call while the locale
-  // has another `time_put` or `ctype` than the classic one: a host's own may answer differently
-  // each time. So a time zone that the host changes shows from the next second on. Keeps no locale,
-  // whose facets may belong to a module that is unloaded later.
+  // Good until the next call. The stamp is cached for its second, unless the locale's `time_put` or
+  // `ctype` is a host's own, which may answer differently each time. A change of the time zone
+  // shows from the next second on. Keeps no locale, since its facets may belong to a module that is
+  // unloaded later.
   const std::string& MakeTimeStamp();
 
  private:
   std::string stamp;
-  std::optional<std::time_t> stampedSecond;  // of the stamp, where it may serve again
+  std::optional<std::time_t> stampedSecond;  // none if the stamp must not be used again
 };
 
 }  // namespace Common

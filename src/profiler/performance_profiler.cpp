@@ -17,7 +17,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   ~PerformanceProfilerImpl() override {
     try {
       WriteReport({});
-    } catch (...) {  // without the folder, or memory, there is no report, and nobody left to tell
+    } catch (...) {  // no folder or no memory, and nobody left to tell
     }
   }
 
@@ -44,7 +44,7 @@ class PerformanceProfilerImpl final : public SPerformanceProfiler {
   AccumulatorMap Accumulators() override { return accumulators; }
 
  private:
-  // Made now, since the folder's name may end before a profiler at a host's file scope does.
+  // Made now, since UtResultFolder may end before a profiler at a host's file scope does.
   const std::string defaultPath = (UtResultFolder + '/').append(ReportFileName);
   AccumulatorMap accumulators;
 };

@@ -36,13 +36,13 @@ void PrintReport(std::ostream& report, const AccumulatorMap& accumulators) {
 }  // namespace
 
 void WriteReportFile(const std::string& path, const AccumulatorMap& accumulators) {
-  // Nothing may fail once opening has cut the file, so the text is there before.
+  // Made before opening truncates the file: after that nothing may fail.
   std::ostringstream report;  // the names are bytes; the numbers follow the global locale
   report.exceptions(std::ios::badbit);
   PrintReport(report, accumulators);
   const std::string text = std::move(report).str();
 
-  OutputFile file(Vorn::PathFromUtf8(path), OutputFile::Mode::ReplaceAtEnd);
+  OutputFile file(Vorn::PathFromUtf8(path), OutputFile::Mode::ReplaceSeekable);
   if (!file.IsOpen()) {
     throw ApplicationErrorException("Failed to open file " + path + " for writing!");
   }

@@ -6,9 +6,8 @@ namespace Common {
 
 using AccumulatorMap = std::map<std::string, std::vector<MeasureRecord>>;
 
-// Writes the report of the accumulators to the file at `path` (UTF-8), in place of what it held.
-// Throws ApplicationErrorException if the file cannot be opened. After any exception the file is as
-// it was.
+// Writes the report to the file at `path` (UTF-8), replacing its content. Throws
+// ApplicationErrorException if the file cannot be opened. After an exception it is unchanged.
 void WriteReportFile(const std::string& path, const AccumulatorMap& accumulators);
 
 }  // namespace Common

@@ -9,13 +9,12 @@ constexpr float FullTurn = 6.2831855F;
 
 const Vorn::Service<STimeProvider> timeProvider;
 
-// A period of a clock.
 class Cycle {
  public:
   Cycle(std::uint64_t period, STimeProvider* clock) : period(period), clock(clock) {}
 
-  // Where the clock stands in the period, from 0.0 to 1.0. Single precision begins with the two
-  // operands of the division: it is what makes the phase of long periods move in steps.
+  // The phase, from 0.0 to 1.0. Both operands of the division are in single precision, which makes
+  // the phase of long periods move in steps.
   float ReadPhase() const {
     const std::uint64_t now = (clock != nullptr ? clock : timeProvider.Get())->Now();
     if (period == 0) return 0.0F;

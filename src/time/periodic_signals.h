@@ -4,8 +4,8 @@
 
 namespace Common {
 
-// The signal that STimeProvider::MakePeriodic promises for these arguments. It reads `clock`, which
-// outlives it, or where that is null the clock that is in the storage at each value.
+// Makes the signal that STimeProvider::MakePeriodic promises. It reads `clock`, which must outlive
+// it, or, if that is null, the clock that is in the storage at the time.
 Vorn::IntrudablePtr<IPeriodic> MakePeriodicSignal(PeriodicKind kind, std::uint64_t period,
                                                   float duty, STimeProvider* clock);
 

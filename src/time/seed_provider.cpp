@@ -13,7 +13,7 @@ const Vorn::Service<STimeProvider> timeProvider;
 
 std::int32_t instanceCount = 0;
 
-// The numbers are a promise: hosts repeat a run by its seed. For the one state that makes the
+// The numbers must not change: hosts repeat a run by its seed. For the one state that makes the
 // modulus zero, the remainder is the dividend.
 std::uint64_t NextState(std::uint64_t state) {
   const std::uint64_t dividend = state * 121483647 + 551201;

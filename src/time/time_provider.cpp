@@ -53,7 +53,7 @@ class ScopedTimeFiller : public Vorn::IScoped {
     provider->AddFiller();
   }
 
-  // Where SetOrigin has set the clock back, more than the duration seems to be left of it.
+  // After SetOrigin has set the clock back, more than the duration seems to be left.
   ~ScopedTimeFiller() override {
     const CancellationPause pause;
     const std::uint64_t left = TimeLeft(startTime, duration, provider->Now());
@@ -67,7 +67,7 @@ class ScopedTimeFiller : public Vorn::IScoped {
   TimeProviderImpl* const provider;
 };
 
-// How long a filler takes that is released at once. Each step asks the storage again.
+// How long a filler takes that is released at once, by the clock in the storage.
 std::uint64_t FillScope(std::uint64_t microseconds) {
   const Vorn::Service<STimeProvider> timeProvider;
   const std::uint64_t before = timeProvider.Get()->Now();
@@ -81,7 +81,7 @@ TimeProviderImpl::~TimeProviderImpl() {
   assert(fillersAlive == 0 && "a time filler outlives its clock");
 }
 
-// Sets the zero of the clock, then measures what a sleep of one step really takes on this machine.
+// Measures how long a sleep of one step really takes on this machine.
 void TimeProviderImpl::Calibrate() {
   origin = Detail::ReadMonotonicMicroseconds();
   const std::uint64_t before = Now();

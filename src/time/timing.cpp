@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::uint64_t LongestWait = std::numeric_limits<std::int64_t>::max();
 
-// A stream of its own keeps the host's settings of `std::cout` out of the text. The classic locale
-// is what `std::cout` has until a host gives it another, also where the global locale has changed.
+// Uses a stream of its own, so that neither the settings of `std::cout` nor the global locale
+// change the text.
 std::string FormatTimingLine(std::uint64_t microseconds) {
   std::ostringstream line;
   line.imbue(std::locale::classic());

@@ -29,10 +29,10 @@ struct ScopedOverride : IScopedIdOverride {
   }
 
   std::vector<std::int64_t>* const counters;
-  const std::size_t countersBelow;  // only for the check of the order
+  const std::size_t countersBelow;  // to check the order
 };
 
-// Beyond the largest id comes the smallest.
+// Unsigned, since after the largest id comes the smallest.
 std::int64_t IdAfter(std::int64_t id) {
   const auto bits = static_cast<std::uint64_t>(id);
   return static_cast<std::int64_t>(bits + 1);
@@ -79,7 +79,7 @@ class RuntimeUniqueIdImpl final : public SRuntimeUniqueId {
   }
 
  private:
-  // The text behind a prefix with the next id, built in one string.
+  // Takes the next id and returns `text` behind a prefix with it.
   std::string PrefixText(std::string_view text) {
     const std::string id = IdToString(NextId());
     std::string prefixed;

@@ -20,7 +20,7 @@ struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// Not a std::ifstream: Clang's library takes a failure to read, as of a folder, for the file's end.
+// Not a std::ifstream: libc++ takes a failure to read, as of a folder, for the file's end.
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
 File OpenToRead(const std::filesystem::path& path) {

@@ -11,8 +11,8 @@
 namespace Vorn {
 namespace {
 
-// A version 7 GUID opens with 48 bits of milliseconds since 1970. Twelve more, behind the version,
-// are its maker's choice: here they divide the millisecond.
+// A version 7 GUID starts with 48 bits of milliseconds since 1970. The 12 bits behind the version
+// are free; here they divide the millisecond.
 constexpr std::uint64_t TicksPerMillisecond = 1 << 12;
 constexpr std::uint64_t NanosecondsPerMillisecond = 1'000'000;
 
@@ -27,8 +27,7 @@ std::uint64_t ReadTick() {
   return count / NanosecondsPerMillisecond * TicksPerMillisecond + fraction;
 }
 
-// Each tick is given once, so a process's GUIDs ascend also where its clock stands still or is set
-// back.
+// Returns each tick once, so GUIDs ascend even if the clock stands still or is set back.
 std::uint64_t TakeTick() {
   const std::uint64_t now = ReadTick();
   std::uint64_t last = lastTick.load(std::memory_order_relaxed);
@@ -55,7 +54,7 @@ std::string CreateGuid() {
   for (int position = 0; position < 8; ++position) {
     guid.begin()[position] = ByteOf(opening, 7 - position);
   }
-  return boost::uuids::to_string(guid);  // whose remaining bits are the generator's
+  return boost::uuids::to_string(guid);  // its other bits are random
 }
 
 }  // namespace Vorn

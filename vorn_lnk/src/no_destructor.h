@@ -5,9 +5,9 @@
 
 namespace Vorn::Detail {
 
-// A value that is never destroyed, since its users may be at file scope in any module and end after
-// this library's own statics. It is for types that hold no heap memory while they are empty, so
-// that none is lost when the library is unloaded.
+// A value that is never destroyed, since its users may be at file scope in any module and outlive
+// this library's statics. Only for types that hold no heap memory while they are empty, so that
+// unloading the library leaks none.
 template <class T>
 class NoDestructor {
  public:

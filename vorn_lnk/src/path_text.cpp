@@ -9,8 +9,7 @@
 #ifdef _WIN32
 namespace {
 
-// The system counts in 32 bits. A text that is too long for that names nothing, and neither does
-// what is left of it.
+// The system counts in 32 bits. A longer text names nothing, and neither does its first part.
 template <class Text>
 int SizeFor32Bits(const Text& text) {
   constexpr std::size_t Largest = INT_MAX;
@@ -24,7 +23,7 @@ namespace Vorn::Detail {
 
 #ifdef _WIN32
 
-// The system's own conversions put U+FFFD where those of the standard library throw.
+// The system's conversions put U+FFFD where those of the standard library throw.
 std::wstring ToNativeText(const std::string& text) {
   const int size = SizeFor32Bits(text);
   const int wideSize = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);

@@ -9,8 +9,7 @@ namespace Vorn::Detail {
 std::filesystem::path::string_type ToNativeText(const std::string& text);
 std::string ToUtf8(const std::filesystem::path::string_type& nativeText);
 
-// The system's operations take a name up to its first NUL, so with one in it they would act on
-// another file.
+// Whether the path holds a NUL, at which the system would cut it to another file's name.
 bool HoldsNul(const std::filesystem::path& path);
 
 }  // namespace Vorn::Detail

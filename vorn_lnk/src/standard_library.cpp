@@ -1,6 +1,5 @@
 #include <vorn_lnk/standard_library>
 
-bool Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(
-    const ModeSample* /*unused*/) noexcept {
+bool Vorn::Detail::LibrariesAndHostUseOneStandardLibraryMode(const ModeTag* /*unused*/) noexcept {
   return true;
 }
