@@ -11,21 +11,19 @@
 /// A default exists only as an argument of a read, which also adds the key. So the saved file lists
 /// every key that was ever asked for.
 ///
-/// The two files are read once, and the store does not remember which of them a value came from.
-/// The first save writes the values of `user.txt` into `config.txt`, where they stay when
-/// `user.txt` is gone. A line that is added to `config.txt` during a run is lost at the next save,
-/// the one at the store's end included.
+/// The two files are read once, and the store does not remember which of them a value came from:
+/// the first save writes the values of `user.txt` into `config.txt`, where they stay. A line added
+/// to `config.txt` during a run is lost at the next save, the one at the store's end included.
 ///
 /// A line of a file reads `key = value`. A key consists of letters, digits, `_`, `/` and `\`, and
 /// starts its line. The value is all that follows the first `=` and the white space behind it, up
-/// to the line's end. Every other line, a comment included, is reported as an error and dropped,
-/// and is gone after the next save. Only an empty line, or one of carriage returns alone, is
-/// skipped without a report.
+/// to the line's end. Every other line, a comment included, is reported as an error, dropped, and
+/// gone after the next save. Only empty lines, or those of carriage returns alone, are skipped
+/// silently.
 ///
-/// What counts as a letter, a digit or white space is up to the character locale of the process, in
-/// every locale: `setlocale` decides, and a program that never calls it has the ASCII ones. The
-/// C++ global locale has no part in this, unless a named one is made global, which calls
-/// `setlocale` too.
+/// `setlocale` decides what counts as a letter, a digit or white space, in every locale; a program
+/// that never calls it has the ASCII ones. The C++ global locale has no part in this, unless a
+/// named one is made global, which calls `setlocale` too.
 ///
 /// Problems are reported to the log in the storage: enter it before the store is made, and drop it
 /// after the store has ended. Without a log they are thrown as `Vorn::MissingInstance`.
@@ -56,17 +54,14 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
 
   /// Reads settings text. Of several lines with one key the last counts. Line feeds, with or
   /// without carriage returns before them, end the lines. Each bad line is reported with `name` and
-  /// its number, counted from 1.
-  ///
-  /// Returns the entries. The store does not change.
+  /// its number, counted from 1. Returns the entries; the store does not change.
   ///
   /// Without a log, throws `Vorn::MissingInstance` for a bad line.
   virtual ConfigEntries ParseContent(const std::string& content, const std::string& name) = 0;
 
   /// Reads the file at `path` as `ParseContent` reads text, and reports its bad lines under the
-  /// text of the path.
-  ///
-  /// Returns the entries, none if the file does not exist. The store does not change.
+  /// text of the path. Returns the entries, none if the file does not exist. The store does not
+  /// change.
   ///
   /// Throws `std::filesystem::filesystem_error` if the file is there and cannot be read whole, or
   /// if the system does not tell whether it is there; and as `ParseContent`.
@@ -76,9 +71,8 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   virtual ConfigEntries ReadFile(const std::string& path) = 0;
 
   /// Makes `path` the file that `Save` and the destructor write, whether it exists or not. Then
-  /// reads it and lays its entries over those of the store, key by key; other keys stay.
-  ///
-  /// Returns true, always.
+  /// reads it and lays its entries over those of the store, key by key; other keys stay. Always
+  /// returns true.
   ///
   /// Throws as `ReadFile`. The entries of the store are then unchanged, but the target has moved:
   /// the next save, the one at the store's end included, overwrites the very file that could not be
@@ -91,12 +85,10 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
 
   /// Replaces the content of the file at `path` by `entries`, a line each, in the byte order of
   /// their keys. The store does not change. A file that cannot be opened is reported and left as it
-  /// was; a folder is not made.
+  /// was; a folder is not made. Without a log, throws `Vorn::MissingInstance` for such a file.
   ///
-  /// Without a log, throws `Vorn::MissingInstance` for a file that cannot be opened.
-  ///
-  /// The file is cut and filled in place. A disk that fills up is not noticed, and a crash in the
-  /// middle leaves a part.
+  /// The file is truncated and filled in place. A disk that fills up is not noticed, and a crash in
+  /// the middle leaves a part.
   virtual void WriteFile(const ConfigEntries& entries, const Vorn::SharedPath& path) = 0;
 
   /// Writes a file as the other `WriteFile`, with its path given as text.
@@ -113,11 +105,10 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// Returns the value of `key` if there is one. The store does not change.
   virtual std::optional<std::string> FindString(const std::string& key) = 0;
 
-  /// Sets the value of `key`.
-  ///
-  /// Neither is tested; both are kept and written as they are. A key with other characters than the
-  /// format allows makes a bad line for the next reader. A value that opens with white space, ends
-  /// in a carriage return, or holds a line feed or a NUL comes back as another one.
+  /// Sets the value of `key`. Neither is checked; both are kept and written as they are. A key with
+  /// other characters than the format allows makes a bad line for the next reader. A value that
+  /// opens with white space, ends in a carriage return, or holds a line feed or a NUL comes back as
+  /// another.
   virtual void SetString(const std::string& key, const std::string& value) = 0;
 
   /// Sets the value of `key` to the decimal text of `value`, grouped as the global C++ locale
@@ -127,9 +118,9 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// Returns the value of `key` as a number. A missing key is added with the text of
   /// `defaultValue`, as `SetInt` would set it.
   ///
-  /// A number is an optional sign and decimal digits, within 32 bits and with nothing around them;
-  /// digits may be grouped as in the global C++ locale. Any other text reads as `defaultValue` and
-  /// stays in the store.
+  /// A number is an optional sign and decimal digits, within 32 bits, with nothing around them, and
+  /// perhaps grouped as in the global C++ locale. Any other text reads as `defaultValue` and stays
+  /// in the store.
   virtual std::int32_t GetInt(const std::string& key, std::int32_t defaultValue) = 0;
 
   /// A copy of all settings. A store that does not offer this, such as a host's own, throws

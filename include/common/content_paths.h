@@ -7,15 +7,14 @@
 /// std::ifstream atlas(Common::TexturesFolder + "/atlas.png", std::ios::binary);
 /// ```
 ///
-/// The constants are made when a module is loaded and end when it is unloaded; each module has its
-/// own. Any thread may read them.
+/// Each module has its own constants, from its loading to its unloading. Any thread may read them.
 #pragma once
 
 #include <string>
 
 namespace Common {
 
-// Each module has its own: a module that shared them with others could never be unloaded.
+// A module that shared them with others could never be unloaded.
 #if defined(__GNUC__)
 #pragma GCC visibility push(hidden)
 #endif

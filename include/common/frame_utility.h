@@ -1,7 +1,7 @@
 /// @file
-/// The per-frame scheduler. Once a frame the host calls `Tick`, which makes the waiting values of
-/// `SMessageTotem` current, runs the reactors, and runs the delayed calls that are due. Between two
-/// ticks nothing happens. All times are microseconds of the clock in the storage.
+/// The per-frame scheduler. Once a frame the host calls `Tick`, which makes the pending values of
+/// `SMessageTotem` current, then runs the reactors and the delayed calls that are due. Nothing runs
+/// between ticks. All times are microseconds of the clock in the storage.
 ///
 /// ```cpp
 /// auto reactor = frames->CreateReactor(16'000);
@@ -20,110 +20,94 @@
 
 namespace Common {
 
-/// What ticks run. A reactor's callback gets the frame number, a delayed call the argument that it
-/// was scheduled with.
+/// What ticks run. A reactor's callback gets the frame number, a delayed call its own argument.
 using FrameCallback = std::function<void(std::uint64_t)>;
 
 /// A callback that runs in ticks for as long as the host holds a reference to the reactor.
-/// Releasing the last reference takes the reactor out.
 ///
-/// For the thread that ticks. Copies of a reference may be made and dropped on any thread, but the
-/// last one only on that thread. REQUIRES: the last reference goes before the utility does, and not
-/// inside the reactor's own callback.
+/// For the thread that ticks. References may be copied and dropped on any thread, but the last one
+/// only on that thread. REQUIRES: the last reference goes before the utility does, and not inside
+/// the reactor's own callback.
 struct VORN_LNK_SHARED_TYPE IFrameReactor : Vorn::Intrudable {
   /// Replaces the callback, and destroys the old callable before it returns. The interval and the
-  /// time of the last firing stay.
+  /// time of the last firing stay. An empty function makes `Tick` throw `std::bad_function_call`.
   ///
-  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback. Inside the
-  /// callbacks of others it may be called.
-  ///
-  /// An empty function makes `Tick` throw `std::bad_function_call`.
+  /// REQUIRES: not called inside the reactor's own callback. Other callbacks may call it.
   virtual void SetCallback(FrameCallback callback) = 0;
 
   /// Replaces the callback by one that does nothing, and destroys the old callable before it
-  /// returns. The reactor stays where it is, and goes on firing.
-  ///
-  /// For the thread that ticks. REQUIRES: not called inside the reactor's own callback. Inside the
-  /// callbacks of others it may be called.
+  /// returns. The reactor goes on firing. REQUIRES: as `SetCallback`.
   virtual void Clear() = 0;
 };
 
 /// The scheduler of a process. For one thread at a time, which is also the thread that callbacks
 /// run on.
 ///
-/// What waits is due earlier when `STimeProvider::SetOrigin` moves the clock on, and later when it
-/// sets the clock back, by as much. A call is due at once if the clock then reads less than when
-/// the call was scheduled, and so is a reactor if it reads less than when the reactor last fired.
-/// Ids stay as they are, so one that was given out before may be given out again.
+/// When `STimeProvider::SetOrigin` moves the clock forward, what waits is due earlier by as much;
+/// when it sets the clock back, later. But a call is due at once if the clock then reads less than
+/// when the call was scheduled, and so is a reactor if it reads less than when the reactor last
+/// fired. Ids do not change, so one may be given out again.
 struct VORN_LNK_SHARED_TYPE SFrameUtility {
-  /// Drops the calls that still wait, unrun, and takes `SMessageTotem` out of the storage. A second
-  /// utility cannot be made in the same process.
+  /// Drops the waiting calls without running them, and takes `SMessageTotem` out of the storage. A
+  /// second utility cannot be made in the same process.
   ///
   /// REQUIRES: every reactor has been released, and no tick is under way.
   virtual ~SFrameUtility() = default;
 
-  /// Makes a reactor that fires in the first tick that finds `interval` microseconds gone since it
-  /// last fired. An interval of 0 fires in every tick. Until `SetCallback` is called, a reactor
-  /// that fires does nothing.
+  /// Makes a reactor that fires in the first tick that finds `interval` microseconds passed since
+  /// it last fired. An interval of 0 fires in every tick. Until `SetCallback` is called, firing
+  /// does nothing.
   ///
-  /// The result holds the only reference: without it there is no reactor, so
-  /// `frames->CreateReactor(0)->SetCallback(...)` never runs. Throws `std::bad_alloc`, and has then
-  /// changed nothing. For the thread that ticks.
+  /// The result holds the only reference, so `frames->CreateReactor(0)->SetCallback(...)` never
+  /// runs. Throws `std::bad_alloc`, and has then changed nothing. For the thread that ticks.
   ///
-  /// The first interval counts from the clock's zero, so a reactor that is made long after that
-  /// fires in the very next tick. A reactor fires at most once a tick, and lost time is not made
-  /// up. Reactors run in the order of their addresses, whatever the order of their making. One that
-  /// is made inside a reactor's callback fires in the same tick only if its address is the higher
-  /// one; one that is made inside a delayed call fires in the next tick at the earliest.
+  /// The first interval counts from the clock's zero, so a reactor made long after that fires in
+  /// the next tick. A reactor fires at most once a tick, and lost time is not made up. Reactors run
+  /// in the order of their addresses, not of their making. One that is made inside a reactor's
+  /// callback fires in the same tick only if its address is the higher one; one that is made inside
+  /// a delayed call fires in the next tick at the earliest.
   virtual Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) = 0;
 
   /// Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds
-  /// gone. Returns the call's id, which is the time of the clock.
+  /// passed. Returns the call's id, which is the time of the clock. Calls that are scheduled in the
+  /// same microsecond, as two in a row nearly always are, share one id; see `CancelCall`.
   ///
   /// Throws `Vorn::MissingInstance` without a clock, and `std::bad_alloc`. Nothing is queued then.
   /// For the thread that ticks.
   ///
-  /// Calls that are scheduled in the same microsecond share one id. Two calls in a row nearly
-  /// always do; see `CancelCall`.
-  ///
   /// Calls run strictly in the order of scheduling: one that is not yet due holds back all behind
   /// it. A call that throws, as an empty function does, stays at the front and is tried again in
-  /// each tick until it returns or is cancelled. A call that is scheduled inside a reactor's
-  /// callback may run in the same tick; one that is scheduled inside a delayed call waits for the
-  /// next tick.
+  /// each tick until it returns or is cancelled. A call scheduled inside a reactor's callback may
+  /// run in the same tick; one scheduled inside a delayed call waits for the next tick.
   virtual std::uint64_t ScheduleCall(FrameCallback callback, std::uint64_t argument,
                                      std::uint64_t delay) = 0;
 
   /// Cancels every call with this id: calls that share an id are cancelled together. Their
-  /// callables are destroyed before this returns. Does nothing if no call has the id.
-  ///
-  /// For the thread that ticks, also inside callbacks.
+  /// callables are destroyed before this returns. Does nothing if no call has the id. For the
+  /// thread that ticks, also inside callbacks.
   ///
   /// A cancelled call keeps its place in the queue, is due at once and does nothing. A running call
-  /// may cancel its own id, knowingly or because another call shares it: its callable lives until
-  /// it has returned or thrown, and is then gone in either case.
+  /// may cancel its own id, even by chance: its callable lives until it has returned or thrown, and
+  /// is then gone in either case.
   ///
-  /// Finding a call takes a time that grows with the logarithm of the number of waiting calls. Once
-  /// a call was scheduled after the clock had been set back, it takes a walk over all of them,
-  /// until the queue has run empty.
+  /// Takes a binary search of the waiting calls. If a call was scheduled after the clock had been
+  /// set back, it takes a walk over all of them, until the queue has run empty.
   virtual void CancelCall(std::uint64_t id) = 0;
 
-  /// Runs one frame: the edge of `SMessageTotem`, then every reactor that is due, in the order of
-  /// addresses, then the delayed calls that are due, in the order of scheduling.
+  /// Runs one frame: applies the edge of `SMessageTotem`, then runs every reactor that is due, in
+  /// the order of addresses, then the delayed calls that are due, in the order of scheduling.
   ///
   /// Lets every exception of a callback through. The edge stays applied, a reactor that threw has
-  /// fired, and what has not run waits for the next tick. Throws `Vorn::MissingInstance` in the
-  /// same way if there is no clock, which every tick reads.
+  /// fired, and what has not run waits for the next tick. The same holds for
+  /// `Vorn::MissingInstance`, which it throws if there is no clock: every tick reads it.
   ///
-  /// One thread at a time. REQUIRES: no tick is under way, so it is not called inside a callback,
-  /// nor by the destructor of a callable that a tick, or the utility at its own end, destroys.
+  /// REQUIRES: no tick is under way, so it is not called inside a callback, nor by the destructor
+  /// of a callable that a tick, or the utility at its own end, destroys.
   virtual void Tick() = 0;
 
-  /// Returns how many delayed calls wait to be run. A cancelled call does not count, nor does the
-  /// one that is running; if that one throws, it waits again. Takes the same short time however
-  /// many calls wait. A class that does not override this returns 0.
-  ///
-  /// For the thread that ticks, also inside callbacks.
+  /// How many delayed calls wait. A cancelled call does not count, nor does the running one; if
+  /// that throws, it waits again. Takes constant time. A class that does not override this returns
+  /// 0. For the thread that ticks, also inside callbacks.
   virtual std::size_t WaitingCalls() { return 0; }
 };
 

@@ -20,9 +20,9 @@ inline std::uint64_t ReadMonotonicMicroseconds() {
   return static_cast<std::uint64_t>(reading.count()) / 1000;
 }
 
-// Hidden, so that each module has a calibration of its own. A shared one would be a unique symbol,
-// and a module that defines one stays loaded until the process ends. It is a pragma, since systems
-// without visibility warn about the attribute.
+// Hidden, so that each module has its own calibration. A shared one would be a unique symbol, which
+// keeps its module loaded until the process ends. A pragma, since systems without visibility warn
+// about the attribute.
 #if defined(__GNUC__)
 #pragma GCC visibility push(hidden)
 #endif
@@ -30,8 +30,8 @@ inline std::uint64_t ReadMonotonicMicroseconds() {
 /// How many nanoseconds a measurement spends on reading the clock, once to start and once to stop:
 /// twice the mean of 100 readings in a row, in the best of ten such runs. Any thread.
 ///
-/// The first call in a module makes these readings, which takes about 50 us. It is made by the
-/// first stop; where that is a `GoOnTo`, the record that it starts contains this time.
+/// The first call in a module takes these readings, about 50 us. If a `GoOnTo` makes it, the record
+/// that this starts contains the time.
 inline std::uint64_t NanosecondsOfMeasuring() {
   static const std::uint64_t cost = [] {
     constexpr int ReadingsPerRun = 100;

@@ -25,17 +25,16 @@ struct TotemLatch {
   bool isPending = false;  ///< whether a value waits for the frame edge
   T current{};             ///< the value of the current frame
 
-  /// Returns the value of the current frame. For the thread that ticks.
+  /// Returns the value of the current frame.
   const T& Read() const { return current; }
 
-  /// Sets the value of the next frame; the last write of a frame wins. For the thread that ticks.
+  /// Sets the value of the next frame; the last write of a frame wins.
   void Write(const T& value) {
     pending = value;
     isPending = true;
   }
 
-  /// Makes a waiting value current. The frame utility does so at each frame edge; a host has no
-  /// need to. For the thread that ticks.
+  /// Makes a waiting value current. The frame utility does so at each frame edge.
   void Commit() {
     if (!isPending) return;
     current = pending;
@@ -43,8 +42,7 @@ struct TotemLatch {
   }
 };
 
-/// Four bytes of alignment 2. What they consist of is the hosts' business: the library copies them
-/// whole.
+/// Four bytes of alignment 2. Their meaning is up to the hosts: the library copies them whole.
 struct FourByteValue {
   std::uint16_t parts[2];  ///< the hosts' own
 };
@@ -74,7 +72,7 @@ struct VORN_LNK_SHARED_TYPE SMessageTotem {
 
 namespace Detail {
 
-// The compilers' own operation: the macro of Microsoft's library is no constant expression.
+// Not offsetof: Microsoft's macro is no constant expression.
 template <class T>
 constexpr bool LatchHasLayout(std::size_t size, std::size_t alignment, std::size_t latchSize) {
   using Latch = TotemLatch<T>;

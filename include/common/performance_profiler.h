@@ -39,11 +39,12 @@ struct MeasureRecord {
 };
 
 /// Stands for one accumulator and, in it, for the record that is being measured. Made by
-/// `SPerformanceProfiler::OpenAccumulator`. Copies share the records, but each goes on by itself.
+/// `SPerformanceProfiler::OpenAccumulator`. Copies share the records, but each has its own
+/// position.
 ///
-/// A record measures one thing at a time. To start it while it is running changes nothing: the
-/// first start counts, and the first stop ends it for all. To stop it while it is idle changes
-/// nothing and counts no call.
+/// A record measures one thing at a time. Starting it while it runs changes nothing: the first
+/// start counts, and the first stop ends it for all. Stopping it while it is idle changes nothing
+/// and counts no call.
 ///
 /// REQUIRES, for each operation: the handle came from a profiler that still lives and that has not
 /// been cleared since.
@@ -55,22 +56,22 @@ struct AccumulatorHandle {
   /// it cost to read the clock.
   void Stop() const;
 
-  /// Ends the measurement of the current record and starts one on the record called `name`, both
-  /// at the same reading of the clock. A new name makes a further record, behind the others; the
-  /// accumulator's own name leads back to its first. To go on to the current record ends its
-  /// measurement and starts the next.
+  /// Ends the measurement of the current record and starts one on the record called `name`, both at
+  /// the same reading of the clock. A new name makes a record behind the others; the accumulator's
+  /// own name leads back to its first. Going on to the current record ends its measurement and
+  /// starts the next.
   ///
-  /// Throws std::bad_alloc where a record must be made; the measurement then runs on.
+  /// Throws std::bad_alloc if a record must be made; the measurement then runs on.
   void GoOnTo(const std::string& name);
 
  private:
   std::uint64_t FindOrMakeRecord(const std::string& name) const;
 };
 
-/// Ends a measurement with its scope, in whichever way that is left.
+/// Ends a measurement with its scope, on return or exception.
 class ScopedMeasurement {
  public:
-  /// Takes over the measurement that `handle` stands for, which is running already.
+  /// Takes over the measurement that `running` stands for.
   [[nodiscard]] explicit ScopedMeasurement(AccumulatorHandle running) : handle(running) {}
 
   /// Ends the measurement of the current record.
@@ -88,9 +89,8 @@ class ScopedMeasurement {
 
 /// The accumulators and their report. It serves one thread at a time.
 struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
-  /// Writes the report to the default path and frees the accumulators. Where `WriteReport` would
-  /// throw, nothing is written and nothing is thrown: without the folder `content/ut_result` the
-  /// report is lost, and nothing says so.
+  /// Writes the report to the default path and frees the accumulators. Throws nothing: without the
+  /// folder `content/ut_result` the report is silently lost.
   ///
   /// This always replaces the file: one that `WriteReportAndClear("")` has written is left empty
   /// but for a line end, and of several profilers the last to end leaves its report. Give a report
@@ -101,7 +101,7 @@ struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
   /// Any bytes make a name. Throws std::bad_alloc.
   virtual AccumulatorHandle OpenAccumulator(const std::string& name) = 0;
 
-  /// Writes all accumulators to the file at `path`, in place of what it held. The path is UTF-8; an
+  /// Writes all accumulators to the file at `path`, replacing its content. The path is UTF-8; an
   /// empty one means `content/ut_result/profiler_data.csv`. Folders are not made.
   ///
   /// The text starts with an empty line. A block follows for each accumulator, in the byte order of
@@ -114,21 +114,21 @@ struct VORN_LNK_SHARED_TYPE SPerformanceProfiler {
   /// - `Calls`: how many measurements have ended
   /// - `Measure Cost[us]`: how much of the time was spent on reading the clock
   ///
-  /// Names are written as they are, a tab or a line end in them included. Numbers follow the global
-  /// locale. A measurement that is running is not in the sums.
+  /// Names are written as they are, tabs and line ends included. Numbers follow the global locale.
+  /// A running measurement is not in the sums.
   ///
   /// Throws ApplicationErrorException if the file cannot be opened, also for a path with a NUL in
-  /// it; std::bad_alloc; and what a facet of the host's locale throws. The file then keeps what it
-  /// held. A disk that is full cuts the report short without a word.
+  /// it; std::bad_alloc; and what a facet of the host's locale throws. The file is then unchanged.
+  /// A full disk silently cuts the report short.
   virtual void WriteReport(const std::string& path) = 0;
 
-  /// Does what `WriteReport` does, and then frees all accumulators, unless it threw. Every handle
-  /// is dead after that: open its accumulator again.
+  /// As `WriteReport`, and then frees all accumulators, unless it threw. Every handle is invalid
+  /// after that: open its accumulator again.
   virtual void WriteReportAndClear(const std::string& path) = 0;
 
   /// A copy of all accumulators by their names, each with its records in the order of their making.
-  /// A measurement that is running is not in the sums. A profiler that does not offer this has
-  /// none. Throws std::bad_alloc.
+  /// A running measurement is not in the sums. A profiler that does not offer this returns none.
+  /// Throws std::bad_alloc.
   virtual std::map<std::string, std::vector<MeasureRecord>> Accumulators() { return {}; }
 };
 
@@ -151,7 +151,7 @@ inline void StopMeasurement(MeasureRecord& record, std::uint64_t now) {
   record.idle = true;
   record.totalTime += now - record.started;
 
-  // One call costs far less than a microsecond, so the rounded cost of all calls is what grows.
+  // One call costs far less than a microsecond, so not each cost is rounded, but their sum.
   const std::uint64_t cost = NanosecondsOfMeasuring();
   record.measureCost += (record.calls + 1) * cost / 1000 - record.calls * cost / 1000;
   ++record.calls;
@@ -173,8 +173,7 @@ inline void AccumulatorHandle::GoOnTo(const std::string& name) {
   position = next;
 }
 
-// Phases mostly follow each other as they did before, so the search begins behind the current
-// record.
+// Phases mostly come in the same order, so the search starts behind the current record.
 inline std::uint64_t AccumulatorHandle::FindOrMakeRecord(const std::string& name) const {
   const auto isNamed = [&name](const MeasureRecord& record) { return record.name == name; };
   const auto behind = records->begin() + static_cast<std::ptrdiff_t>(position) + 1;
@@ -186,8 +185,8 @@ inline std::uint64_t AccumulatorHandle::FindOrMakeRecord(const std::string& name
   return static_cast<std::uint64_t>(found - records->begin());
 }
 
-// Hosts that were built apart share this memory, so its layout never changes. The operation is the
-// compilers' own: the macro of Microsoft's library is no constant expression.
+// Hosts that were built apart share this memory, so its layout never changes. Not offsetof:
+// Microsoft's macro is no constant expression.
 static_assert(__builtin_offsetof(MeasureRecord, idle) == 0 &&
               __builtin_offsetof(MeasureRecord, name) == 8);
 static_assert(__builtin_offsetof(MeasureRecord, started) == 8 + sizeof(std::string));

@@ -1,6 +1,5 @@
-/// @file
-/// Waves of the engine's clock. A signal remembers nothing: its value follows from the clock's
-/// current time alone, so all signals of one kind and period are in step, whenever they were made.
+/// Waves of the engine's clock. A signal has no state: its value follows from the clock alone, so
+/// all signals of one kind and period are in step, whenever they were made.
 ///
 /// ```cpp
 /// const auto daylight = clock->MakePeriodic(Common::PeriodicKind::Sine, 60'000'000, 0.0F);

@@ -8,9 +8,9 @@
 /// ids->MakeUniqueName("/$1#crane");  // /$2#crane: the copy of a named thing gets its own name
 /// ```
 ///
-/// A prefix is the part at the very start of a name from `/$` to the first `#` behind it, whatever
-/// lies between: `/$17#`, `/$#` and `/$quay#` are prefixes. `/$17` is none, because it has
-/// no `#`, and neither is the middle of `a/$17#b`.
+/// A prefix is the start of a name from `/$` to the first `#` behind it, whatever lies between:
+/// `/$17#`, `/$#` and `/$quay#` are prefixes. `/$17` is none, because it has no `#`, and neither is
+/// the middle of `a/$17#b`.
 #pragma once
 
 #include <common/common_services_export.h>
@@ -55,11 +55,9 @@ struct VORN_LNK_SHARED_TYPE SRuntimeUniqueId {
   /// name opens with. An empty name, or one that is nothing but prefixes, counts as `/object`.
   virtual std::string MakeUniqueName(std::string_view name) = 0;
 
-  /// Puts the service on a new counter that stands at `value`: the next id is one above. When the
-  /// returned override ends, the counter before it goes on where it was. Without memory for an
-  /// override nothing changes.
-  ///
-  /// Whether ids are unique across counters is up to the caller.
+  /// Puts the service on a new counter at `value`: the next id is one above. When the returned
+  /// override ends, the counter before it goes on where it was. If there is no memory for an
+  /// override, nothing changes. Whether ids are unique across counters is up to the caller.
   virtual Vorn::IntrudablePtr<IScopedIdOverride> OverrideCounter(std::int64_t value) = 0;
 };
 

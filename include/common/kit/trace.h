@@ -110,7 +110,7 @@ class Trace {
   std::unique_ptr<State> state;
 };
 
-/// Used as ScopedMeasurement: ends a measurement with its scope, in whichever way that is left.
+/// Used as ScopedMeasurement: ends a measurement with its scope, on return or exception.
 /// Each record that ends through it goes into the trace too. Costs no clock reading of its own.
 ///
 /// The rules for nested measurements are those of AccumulatorHandle: a record that somebody else
