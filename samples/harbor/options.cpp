@@ -20,9 +20,9 @@ std::uint64_t ReadFrameCount(const std::string& text) {
   std::int32_t count = 0;
   const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), count);
   const bool isNumber = failure == std::errc() && end == text.data() + text.size();
-  if (!isNumber || count < FewestFrames || count > MostFrames) {
-    throw UsageError("--frames takes a number from " + std::to_string(FewestFrames) + " to " +
-                     std::to_string(MostFrames) + ", not '" + text + "'");
+  if (!isNumber || count < MinFrames || count > MaxFrames) {
+    throw UsageError("--frames takes a number from " + std::to_string(MinFrames) + " to " +
+                     std::to_string(MaxFrames) + ", not '" + text + "'");
   }
   return static_cast<std::uint64_t>(count);
 }

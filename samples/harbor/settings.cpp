@@ -19,7 +19,7 @@ Settings ReadSettings(Common::Kit::SettingsReader& reader) {
   };
   return {
       .frameTime = MicrosecondsPerSecond / read("harbor/frame_rate", 60, 1, 1'000),
-      .frames = read("harbor/frames", 240, FewestFrames, MostFrames),
+      .frames = read("harbor/frames", 240, MinFrames, MaxFrames),
       .ships = read("harbor/ships", 9, 0, 10'000),
       .berths = read("harbor/berths", 2, 1, 1'000),
       .dayLength = MicrosecondsPerMillisecond * read("harbor/day_ms", 2'000, 100, 86'400'000),

@@ -9,8 +9,8 @@
 
 namespace Harbor {
 
-inline constexpr std::int32_t FewestFrames = 1;
-inline constexpr std::int32_t MostFrames = 1'000'000;
+inline constexpr std::int32_t MinFrames = 1;
+inline constexpr std::int32_t MaxFrames = 1'000'000;
 
 // Times are microseconds.
 struct Settings {
