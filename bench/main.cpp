@@ -26,7 +26,7 @@ bool TakeFlag(int& argc, char** argv, std::string_view flag) {
 
 // The C++ library counts without atomic steps until a process has had a second thread, as every
 // engine has.
-void HaveHadAThread() {
+void MakeProcessMultithreaded() {
   std::thread([] {}).join();
 }
 
@@ -34,7 +34,7 @@ int RunBenchmarks(bool smoke) {
   std::ostream console(std::cout.rdbuf());
   DiscardingBuffer discarding;
   std::cout.rdbuf(&discarding);  // the log's live output
-  HaveHadAThread();
+  MakeProcessMultithreaded();
 
   const std::filesystem::path folder = std::filesystem::temp_directory_path() / Vorn::CreateGuid();
   std::filesystem::create_directories(folder / "content" / "config");

@@ -148,18 +148,6 @@ TEST_F(Frame, DelayedCallsRunInTheOrderOfScheduling) {
   EXPECT_EQ(TickAt(99), (Calls{102, 103})) << "a clock that is set back";
 }
 
-TEST_F(Frame, RunningCallThatIsCancelledLivesUntilItHasReturned) {
-  const auto alive = std::make_shared<int>();
-  ScheduleAt(5, [this, alive](std::uint64_t) {
-    utility->CancelCall(5);  // which the other call shares
-    calls.push_back(static_cast<std::uint64_t>(alive.use_count()));
-  });
-  ScheduleAt(5, Note());
-  ScheduleAt(6, Note());
-  EXPECT_EQ(TickAt(9), (Calls{2, 6}));
-  EXPECT_EQ(alive.use_count(), 1);
-}
-
 TEST_F(Frame, CallableOfAReactorMayReplaceOrReleaseItAtItsEnd) {
   Reactor reactor = utility->CreateReactor(0);
   reactor->SetCallback(ActingAtItsEnd([&] { reactor->SetCallback(Note()); }));
@@ -181,27 +169,6 @@ TEST_F(Frame, CallsThatWaitAtTheEndAreDroppedUnrun) {
   EXPECT_TRUE(calls.empty());
   EXPECT_EQ(alive.use_count(), 2) << "here and in `holding`";
   EXPECT_EQ(FailureOf(Vorn::Service<SMessageTotem>::Get), NoInstance);
-}
-
-TEST_F(Frame, CountsTheCallsThatWait) {
-  EXPECT_EQ(utility->WaitingCalls(), 0U);
-  ScheduleAt(1, [this](std::uint64_t) { calls.push_back(utility->WaitingCalls()); });
-  ScheduleAt(2, Note());
-  ScheduleAt(3, [this](std::uint64_t) {
-    utility->CancelCall(3);
-    calls.push_back(utility->WaitingCalls());
-    throw std::runtime_error("a cancelled call");
-  });
-  ScheduleAt(4, {});
-  EXPECT_EQ(utility->WaitingCalls(), 4U);
-  utility->CancelCall(2);
-  utility->CancelCall(2);
-  EXPECT_EQ(utility->WaitingCalls(), 3U);
-  clock->now = 9;
-  EXPECT_THROW(utility->Tick(), std::runtime_error);
-  EXPECT_THROW(utility->Tick(), std::bad_function_call);
-  EXPECT_EQ(calls, (Calls{2, 1}));
-  EXPECT_EQ(utility->WaitingCalls(), 1U) << "what has thrown waits again";
 }
 
 #ifndef _WIN32

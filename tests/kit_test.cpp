@@ -72,17 +72,6 @@ TEST_F(KitTrace, LeavesOutWhatSomebodyElseStopped) {
   EXPECT_TRUE(trace.Summarize().empty());
 }
 
-TEST_F(KitTrace, TellsRecordsApartThatShareAnAddressOneAfterTheOther) {
-  std::vector<MeasureRecord> records(1);
-  for (const char* name : {"a", "b"}) {
-    records[0].name = name;
-    Detail::StartMeasurement(records[0], 0);
-    const TracedMeasurement measurement({0, &records}, trace);
-  }
-  ASSERT_EQ(trace.Summarize().size(), 4U);
-  EXPECT_EQ(trace.Summarize().back().name, "b");
-}
-
 TEST_F(KitTrace, WritesEachRingAsAThreadWhateverNamesHoldAndTheStreamDoes) {
   Measure("\"\\\n\xFF\u00E4\xED\xA0\x80", 1);
   Trace second(2, "worker");
