@@ -99,14 +99,5 @@ TEST_F(KitSettingsWatcher, KeepsWhatItHasSeenThroughASave) {
   EXPECT_EQ(Saved(), OnDisk("a = user\nb = 2\n"));
 }
 
-TEST(KitSettingsWatcherAlone, WatchesTheFilesOfAStandIn) {
-  Kit::StandInSettings settings;
-  SettingsWatcher watcher(settings, "user.txt");
-  settings.files["user.txt"] = "a = 1\n";
-  EXPECT_TRUE(watcher.Poll().empty());
-  EXPECT_EQ(watcher.Poll().size(), 1U);
-  EXPECT_EQ(settings.entries.at("a"), "1");
-}
-
 }  // namespace
 }  // namespace Common::Test

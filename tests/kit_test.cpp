@@ -64,14 +64,6 @@ TEST_F(KitTrace, KeepsPhasesAndWholesInTheOrderInWhichTheyEnd) {
   EXPECT_EQ(lines, (std::vector<std::string>{"z/z", "a/a", "a", "z/b", "z"}));
 }
 
-TEST_F(KitTrace, LeavesOutWhatSomebodyElseStopped) {
-  {
-    const TracedMeasurement measurement(profiler->OpenAccumulator("a"), trace);
-    profiler->OpenAccumulator("a").Stop();
-  }
-  EXPECT_TRUE(trace.Summarize().empty());
-}
-
 TEST_F(KitTrace, WritesEachRingAsAThreadWhateverNamesHoldAndTheStreamDoes) {
   Measure("\"\\\n\xFF\u00E4\xED\xA0\x80", 1);
   Trace second(2, "worker");
@@ -124,6 +116,9 @@ TEST_F(KitSettings, ReadWhatMakesSense) {
   EXPECT_EQ(Read("+0100"), "100 100 1 high");
   EXPECT_EQ(Read("FALSE"), "7 0.5 0 high");
   EXPECT_EQ(Read("low"), "7 0.5 1 low");
+  EXPECT_EQ(Read("0"), "0 0 0 high") << "the lowest int";
+  EXPECT_EQ(Read("-1"), "7 -1 1 high") << "the lowest float";
+  EXPECT_EQ(Read("1000000000"), "7 1e+09 1 high") << "the highest float";
 }
 
 TEST_F(KitSettings, CountAsTheFallbackWhereTheyMakeNoSense) {
@@ -144,6 +139,29 @@ TEST_F(KitSettings, GetOneWarningThatSaysWhatWouldBeRight) {
       "Setting 's' is 'wrong', not on or off, yes or no, true or false, 1 or 0; using on.",
       "Setting 'c' is 'wrong', not one of 'low', 'high'; using 'high'."};
   EXPECT_EQ(Warnings(), expected);
+  Read("another");
+  EXPECT_EQ(Warnings().size(), 8U);
+  reader.ReadInt("f", 0, 0, 1);
+  reader.ReadInt("s", 1, 0, 1);
+  EXPECT_EQ(Warnings().size(), 8U) << "of one text, by whichever operation";
+}
+
+TEST_F(KitSettings, AreListedAsTheyWereFirstAskedForAndOthersAsUnasked) {
+  settings.entries = {{"z", "0.8"}, {"other", ""}};
+  EXPECT_EQ(reader.ReadFloat("z", 0.5, 0.0, 1.0), 0.8);
+  EXPECT_EQ(reader.ReadFloat("z", 0.8F, 0.0, 1.0), 0.8F);
+  EXPECT_FALSE(reader.ReadSwitch("a", false));
+  EXPECT_EQ(reader.ReadText("text", "t"), "t");
+  const auto asked = reader.AskedSettings();
+  ASSERT_EQ(asked.size(), 3U);
+  EXPECT_EQ(asked[0].key + asked[1].key, "za");
+  EXPECT_EQ(asked[0].fallback, "0.5");
+  EXPECT_EQ(asked[0].highest, 1.0);
+  EXPECT_EQ(asked[1].kind, Kit::SettingsReader::AskedSetting::Kind::Switch);
+  EXPECT_EQ(reader.UnaskedKeys(settings.entries), std::vector<std::string>{"other"});
+  reader.WriteSwitch("a", true);
+  reader.WriteFloat("z", 0.1F);
+  EXPECT_EQ(settings.entries.at("a") + settings.entries.at("z"), "on0.1");
 }
 
 TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
@@ -161,7 +179,7 @@ TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
 
 // ---- Stand-ins.
 
-TEST(KitStandIns, MoveTheClockByWaitsAndFillers) {
+TEST(KitStandIns, MoveTheClockByWaitsFillersAndOrigins) {
   Kit::StandInClock clock;
   clock.now = 0 - std::uint64_t{10};
   {
@@ -170,6 +188,31 @@ TEST(KitStandIns, MoveTheClockByWaitsAndFillers) {
     EXPECT_EQ(clock.now, 20U);
   }
   EXPECT_EQ(clock.now, 90U);
+  clock.Wait(std::uint64_t{1} << 63);
+  EXPECT_EQ(clock.now, 90U) << "taken for passed";
+  clock.SetOrigin(30);
+  clock.SetOrigin(40);
+  EXPECT_EQ(clock.now, 50U);
+  {
+    const auto filler = clock.MakeTimeFiller(10);
+    clock.now = 5;
+  }
+  EXPECT_EQ(clock.now, 15U) << "a clock that is set back";
+  const auto signal = clock.MakePeriodic(PeriodicKind::Square, 20, 0.25F);
+  const float low = signal->GetValue();
+  clock.now = 22;
+  EXPECT_GT(signal->GetValue(), low);
+  clock.now = 28;
+  EXPECT_EQ(signal->GetValue(), low);
+}
+
+TEST(KitStandIns, SaveTheSettingsWhereTheyWereLoaded) {
+  StandInSettings settings;
+  settings.files["a.txt"] = "k = 1\n";
+  settings.Load("a.txt");
+  settings.SetString("k", "2");
+  settings.Save();
+  EXPECT_EQ(settings.files, (std::map<std::string, std::string>{{"a.txt", "k = 2\n"}}));
 }
 
 #ifdef _WIN32
