@@ -1,6 +1,6 @@
 // What the benchmarks share. A benchmark is named `job/size/who`: tools/bench-table pairs ours with
-// the peers and the floor of the same job and size. A floor is the least that the job can be done
-// with, written by hand beside it.
+// the peers and the floor of the same job and size. A floor is the least code that does the job,
+// written by hand.
 #pragma once
 
 #include <common/config_file.h>
@@ -42,8 +42,8 @@ struct Services {
   const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
 };
 
-// A smoke run shows that every job works: jobs that take their time whatever the wanted precision
-// is do it less often.
+// In a smoke run, which only shows that every job works, jobs with a fixed number of repeats have
+// fewer.
 struct Plan {
   const Services& services;
   bool smoke;
@@ -64,11 +64,9 @@ std::string Name(const std::string& job, Size size, const std::string& who) {
   return job + '/' + std::to_string(size) + '/' + who;
 }
 
-// Where files are kept in memory. A file goes there when the time that a disk takes for it would
-// hide the job's own.
+// In memory: for files whose time on a disk would hide the job's own.
 inline const std::filesystem::path MemoryFolder = "/dev/shm";
 
-// A new folder, gone with its content at the end.
 class ScopedFolder {
  public:
   explicit ScopedFolder(const std::filesystem::path& parent = std::filesystem::current_path())
@@ -86,34 +84,32 @@ class ScopedFolder {
   const std::filesystem::path path;
 };
 
-// The processor time that this thread has spent.
 inline std::chrono::nanoseconds ThreadTime() {
   timespec reading{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &reading);
   return std::chrono::seconds(reading.tv_sec) + std::chrono::nanoseconds(reading.tv_nsec);
 }
 
-// A monotonic clock as a library without services would read it.
+// As a library without services would read a clock.
 inline std::uint64_t ReadMicroseconds() {
   const std::chrono::nanoseconds reading = std::chrono::steady_clock::now().time_since_epoch();
   return static_cast<std::uint64_t>(reading.count()) / 1000;
 }
 
-// As a service has to: look the clock up, then read it.
+// As a service must.
 inline std::uint64_t LookUpAndReadClock() {
   benchmark::DoNotOptimize(Clock::Get());
   return ReadMicroseconds();
 }
 
-// The least that a file can be written with.
 inline void WriteAtOnce(const std::string& path, std::string_view text) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) std::abort();
   close(file);
 }
 
-// Times `make` alone, `batch` at a time: what it returns is dropped between the measurements. For
-// benchmarks with UseManualTime.
+// Times `batch` calls of `make`, not the end of what they return. For benchmarks with
+// UseManualTime.
 template <class Make>
 void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
   std::vector<decltype(make())> made;
@@ -127,7 +123,6 @@ void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
   }
 }
 
-// Times `job` as the loop of Google Benchmark does.
 template <class Job>
 void RegisterJob(const std::string& name, Job job) {
   benchmark::RegisterBenchmark(name.c_str(), [job](benchmark::State& state) {

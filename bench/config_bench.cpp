@@ -19,7 +19,7 @@ using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_free)>;
 constexpr std::array LineCounts{10, 1'000, 10'000, 100'000};
 const std::string GlibGroup = "[settings]\n";  // GKeyFile reads no key outside of a group
 
-// So many results together that reading the clock costs nothing beside making them.
+// Enough results in a batch that reading the clock costs nothing beside them.
 std::size_t BatchOf(int lines) { return static_cast<std::size_t>(std::max(1, 1'000 / lines)); }
 
 std::vector<std::string> MakeLines(int count) {
@@ -67,7 +67,7 @@ constexpr bool IsSpace(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-// Drops bad lines without a word.
+// Skips bad lines silently.
 ConfigEntries ScanByHand(std::string_view text) {
   ConfigEntries entries;
   while (!text.empty()) {

@@ -16,8 +16,8 @@ struct Boosts : boost::intrusive_ref_counter<Boosts> {
   virtual ~Boosts() = default;
 };
 
-// The least that keeps an object until each `OnReleased` has returned: a reference more; one less,
-// with a release under way; and that release done.
+// The floor, without the call of `OnReleased`: takes a reference away while a release counts as
+// under way, then ends the release.
 class ByHand {
  public:
   explicit ByHand(std::atomic<std::uint64_t>* state) : state(state) { state->fetch_add(1); }

@@ -5,8 +5,7 @@
 
 namespace Common::Bench {
 
-// Counts on the top of a stack, behind a virtual call. Stands in a library of its own, so that the
-// compiler cannot see through the call and the call goes as far as one of a service's.
+// Counts on the top of a stack, behind a virtual call into a library of its own, as a service's is.
 struct Counter {
   virtual ~Counter() = default;
   virtual std::int64_t Next() = 0;

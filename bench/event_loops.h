@@ -1,6 +1,6 @@
-// The event loops beside which timers and posted calls are measured. Kinds of timers have three
-// operations: `Start` lets one of them run out in so many microseconds, `Stop` cancels it, and
-// `Turn` serves those that are due. Kinds of posts have `Post`, for any thread, and `Turn`.
+// Event loops as peers of timers and posted calls. Timers have `Start`, with a delay in
+// microseconds, `Stop`, and `Turn`, which serves those that are due. Posts have `Post`, for any
+// thread, and `Turn`.
 #pragma once
 
 #include <boost/asio/io_context.hpp>
@@ -18,10 +18,10 @@
 
 namespace Common::Bench {
 
-// What is served is counted apart from what the posting threads read.
+// Keeps what the serving thread counts apart from what the posting threads read.
 inline constexpr std::size_t CacheLine = 64;
 
-// The timers of both loops are there beforehand: a host would keep them.
+// Both loops keep their timers, as a host would.
 class AsioTimers {
  public:
   explicit AsioTimers(std::size_t count) {
@@ -46,7 +46,7 @@ class AsioTimers {
   std::deque<boost::asio::steady_timer> timers;
 };
 
-// Closes what is left in the loop before it ends.
+// Closes all handles before the loop.
 class UvLoop {
  public:
   UvLoop() { uv_loop_init(&loop); }
@@ -108,7 +108,7 @@ class AsioPosts {
   alignas(CacheLine) std::uint64_t served = 0;
 };
 
-// An async wakes the loop, and brings no queue.
+// An async only wakes the loop; the queue has to be written.
 class UvPosts {
  public:
   UvPosts() {

@@ -16,13 +16,11 @@ namespace {
 
 constexpr std::array<std::size_t, 3> Counts{1'000, 10'000, 100'000};
 
-// What every callback does.
 auto AddTo(std::uint64_t* sum) {
   return [sum](std::uint64_t value) { *sum += value; };
 }
 
-// Free pieces all over the heap, as every engine has after a while. The heap is whole again when
-// this ends, so no other job meets them.
+// Leaves free pieces all over the heap while it lives, as in every engine after a while.
 class HeapInPieces {
  public:
   HeapInPieces() {
@@ -53,8 +51,7 @@ void TickReactors(benchmark::State& state, SFrameUtility* frames, std::size_t co
   benchmark::DoNotOptimize(sum);
 }
 
-// In random order, as the objects of a scene go that hold them. `make` makes one object; `release`
-// releases it.
+// In random order, as objects of a scene end.
 template <class Make, class Release>
 void ReleaseInRandomOrder(benchmark::State& state, std::size_t count, Make make, Release release) {
   std::vector<decltype(make())> objects(count);
@@ -74,7 +71,7 @@ void ReleaseReactors(benchmark::State& state, SFrameUtility* frames, std::size_t
       [](auto& reactor) { reactor = nullptr; });
 }
 
-// Callbacks that stay where they are, in an order that each can leave.
+// The floor: a map keeps the callbacks in order, and each can leave without moving others.
 void EraseFromMap(benchmark::State& state, std::size_t count) {
   std::uint64_t sum = 0;
   std::map<std::size_t, std::function<void(std::uint64_t)>> callbacks;
@@ -84,7 +81,7 @@ void EraseFromMap(benchmark::State& state, std::size_t count) {
       [&](auto place) { callbacks.erase(place); });
 }
 
-// `before` is what each call costs on top of the call itself.
+// `before` is what each call costs beside the call itself.
 template <class Before>
 void CallEach(benchmark::State& state, std::size_t count, Before before) {
   std::uint64_t sum = 0;
@@ -123,8 +120,7 @@ void RegisterRelease(SFrameUtility* frames, std::size_t count) {
   add("floor", [=](benchmark::State& state) { EraseFromMap(state, count); });
 }
 
-// ---- Delayed calls, as one more kind of timers: the id that is cancelled is what starting one
-// returned.
+// ---- Delayed calls, as another kind of timers: Start keeps the id that Stop cancels.
 
 class OurCalls {
  public:
@@ -142,9 +138,8 @@ class OurCalls {
   std::vector<std::uint64_t> ids;
 };
 
-// A queue of what a call consists of. Starting one looks the clock up and reads it. Stopping one
-// finds it by binary search, since the queue is in the order of its ids, and empties all calls of
-// that id. A turn compares each delay with one reading.
+// The queue is in the order of its ids, so Stop finds calls by binary search, and empties all with
+// that id.
 class QueueFloor {
  public:
   explicit QueueFloor(std::size_t count) : ids(count) {}
@@ -198,7 +193,7 @@ void ScheduleAndServe(benchmark::State& state, Calls&& calls, std::size_t count)
   }
 }
 
-// Each cancelled call is a live one, and they lie all over the queue.
+// Cancels live calls all over the queue.
 template <class Calls>
 void CancelOneByOne(benchmark::State& state, Calls&& calls, std::size_t count) {
   constexpr std::size_t Stride = 7919;

@@ -1,5 +1,4 @@
-// The kit: timers and posted calls beside those of event loops, and what a trace adds to a
-// measurement.
+// The kit: timers and posted calls beside those of event loops, and what a trace costs.
 #include <common/kit/posted_calls.h>
 #include <common/kit/timers.h>
 #include <common/kit/trace.h>
@@ -51,8 +50,8 @@ void StartAll(AnyTimers& timers) {
   for (std::size_t index = 0; index < WaitingCount; ++index) timers.Start(index, FarDelay());
 }
 
-// Cancels timers that lie all over the heap, and makes each again. A turn now and then hands out
-// what a loop keeps of the cancelled ones.
+// Cancels timers all over the heap, and makes each again. A turn now and then lets a loop drop the
+// cancelled ones.
 template <class AnyTimers>
 void CancelAndMake(benchmark::State& state, AnyTimers&& timers) {
   constexpr std::size_t Stride = 7919;
@@ -67,8 +66,8 @@ void CancelAndMake(benchmark::State& state, AnyTimers&& timers) {
   }
 }
 
-// One timer comes due among all that wait, and one turn of the loop serves it: a tick, or a look at
-// the system's events too.
+// One timer comes due among all that wait, and a turn serves it. A loop's turn also looks at the
+// system's events.
 template <class AnyTimers>
 void Serve(benchmark::State& state, AnyTimers&& timers) {
   StartAll(timers);
@@ -105,7 +104,7 @@ class OurPosts {
   alignas(CacheLine) std::uint64_t served = 0;
 };
 
-// Every thread posts, and the first one serves them all whenever it has posted a hundred.
+// Every thread posts. The first one serves all calls after each hundred of its own.
 template <class MakePosts>
 void RegisterPosts(const std::string& who, MakePosts makePosts) {
   constexpr int PostsATurn = 100;
@@ -131,7 +130,7 @@ void RegisterPosts(const std::string& who, MakePosts makePosts) {
 
 // ---- The trace.
 
-// What each use of a trace opens next of so many accumulators.
+// Opens accumulators in turn.
 class Accumulators {
  public:
   Accumulators(SPerformanceProfiler* profiler, int count) : profiler(profiler) {
@@ -152,7 +151,6 @@ class Accumulators {
 
 const std::string SimulationName = "simulation";
 
-// One measurement of two records, with the trace and without.
 void RegisterTrace(SPerformanceProfiler* profiler, int accumulatorCount) {
   const auto trace = std::make_shared<Trace>(10'000);
   const auto accumulators = std::make_shared<Accumulators>(profiler, accumulatorCount);
@@ -166,7 +164,6 @@ void RegisterTrace(SPerformanceProfiler* profiler, int accumulatorCount) {
   });
 }
 
-// Adds up what the measurements of a full ring took.
 void RegisterReading(SPerformanceProfiler* profiler) {
   constexpr std::size_t Count = 2'500;
   const auto trace = std::make_shared<Trace>(Count);

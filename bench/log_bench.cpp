@@ -1,5 +1,4 @@
-// One line of 40 bytes, with its copy on a stream that discards it, and written to a file in
-// batches.
+// One line of 40 bytes, copied to a stream that discards it and written to a file in batches.
 #include <common/kit/log_tap.h>
 
 #include <spdlog/sinks/basic_file_sink.h>
@@ -46,7 +45,7 @@ class GuardedLog : public OurLog {
   ~GuardedLog() { log->SetGuardFile(""); }
 };
 
-// The log of the process as one that a tap can own.
+// Lets a tap own the log of the process.
 struct BorrowedLog : Common::Log::SMessageLog {
   void LogError(const std::string& text) override { log->LogError(text); }
   void LogWarning(const std::string& text) override { log->LogWarning(text); }
@@ -67,8 +66,8 @@ class TappedLog : OurLog {
   Kit::LogTap tap{std::make_unique<BorrowedLog>()};
 };
 
-// A tap's promise: its lines are numbered in the order of the file, so a line goes into the log
-// under the lock that guards what is kept.
+// A tap numbers its lines in the order of the file, so a line goes into the log under the tap's
+// lock.
 class TapFloor : OurLog {
  public:
   void Write(const std::string& text) {
@@ -83,7 +82,7 @@ class TapFloor : OurLog {
   std::vector<std::string> kept = std::vector<std::string>(1'000);
 };
 
-// Flushes as it does by default: when the C library's buffer is full.
+// Flushes by default: when the C library's buffer is full.
 class OneSink {
  public:
   OneSink() { logger.set_pattern("%Y-%m-%d, %H:%M:%S: %v"); }
@@ -96,7 +95,7 @@ class OneSink {
       "bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(folder.File("log.txt"))};
 };
 
-// What it offers against the loss of lines in a crash.
+// Loses no line in a crash.
 class FlushedSink : public OneSink {
  public:
   FlushedSink() { logger.flush_on(spdlog::level::info); }
@@ -110,7 +109,7 @@ class TwoSinks : public OneSink {
   }
 };
 
-// Stamp and order of the lines must agree, so the clock is read under the lock, and so is the
+// Stamps must follow the order of the lines, so the clock is read under the lock, and so is the
 // global locale, which a stamp follows.
 class LogFloor {
  public:
@@ -145,8 +144,7 @@ class LogFloor {
   std::vector<std::string> lines;
 };
 
-// The logger that the threads of one run share. The loop of a benchmark begins and ends for all of
-// them together.
+// Shared by the threads of a run: all of them begin and end the loop of a benchmark together.
 template <class Logger>
 std::optional<Logger> shared;
 
@@ -157,8 +155,8 @@ void WriteLines(benchmark::State& state) {
   if (state.thread_index() == 0) shared<Logger>.reset();
 }
 
-// The same with each line timed, two clock readings included. Counted are the nanoseconds that so
-// many of a thousand lines stay within, as the mean over the threads.
+// The same, with each line timed by two clock readings. Reports percentiles in nanoseconds, as the
+// mean over the threads.
 template <class Logger>
 void TimeEachLine(benchmark::State& state) {
   using Steady = std::chrono::steady_clock;
@@ -189,7 +187,6 @@ void RegisterLines(const std::string& job, const std::string& who) {
   }
 }
 
-// Each line by itself too, which shows the slowest of them.
 template <class Logger>
 void RegisterLinesAndTail(const std::string& job, const std::string& who) {
   RegisterLines<Logger>(job, who);

@@ -24,8 +24,8 @@ bool TakeFlag(int& argc, char** argv, std::string_view flag) {
   return found;
 }
 
-// The C++ library counts without atomic steps until a process has had a second thread, as every
-// engine has.
+// Until a process has had a second thread, as every engine has, the C++ library counts references
+// without atomic steps.
 void MakeProcessMultithreaded() {
   std::thread([] {}).join();
 }

@@ -1,5 +1,5 @@
-// Jobs that a process can do once only, because a factory works once. Each is measured inside a
-// fresh process, which is this program started again.
+// Jobs that a process can do only once, since a factory works once. Each is measured in a fresh
+// process of this program.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,6 @@ inline const std::string MakeLogProbe =
 inline const std::string KeepLinesProbe =
     "keep_lines";  // how long it takes to log so many lines into memory
 
-// Runs the probe in a fresh process and returns what it measured.
 double SecondsInFreshProcess(const std::string& probe, const std::string& argument);
 
 // The probe's side: prints what it measured. Returns the exit code.

@@ -16,7 +16,6 @@ const std::string SimulationName = "simulation";
 
 // ---- Measuring.
 
-// What a measurement leaves behind.
 struct Sums {
   void Add(std::uint64_t time) {
     totalTime += time;
@@ -27,7 +26,6 @@ struct Sums {
   std::uint64_t calls = 0;
 };
 
-// Both find the sums by name.
 void RegisterMeasuring(SPerformanceProfiler* profiler) {
   RegisterJob("measurement/1/ours", [=] { profiler->OpenAccumulator(FrameName).Stop(); });
   const auto sums = std::make_shared<std::map<std::string, Sums>>();
@@ -40,7 +38,7 @@ void RegisterMeasuring(SPerformanceProfiler* profiler) {
   });
 }
 
-// Each step ends the record before it and starts the next, with one clock reading for both.
+// Each step ends a record and starts the next with one clock reading.
 void RegisterGoingOn(SPerformanceProfiler* profiler) {
   benchmark::RegisterBenchmark("further_records/2/ours", [=](benchmark::State& state) {
     AccumulatorHandle handle = profiler->OpenAccumulator(FrameName);
@@ -101,7 +99,7 @@ Accumulators MakeRecords() {
   return accumulators;
 }
 
-// The same text: one formatted write a record into memory, and one write of that.
+// The same text, formatted into memory and written at once.
 void WriteReportByHand(const Accumulators& accumulators, const std::string& path) {
   constexpr std::size_t LongestRow = 200;
   std::string text = "\n";

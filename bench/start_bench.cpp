@@ -1,5 +1,5 @@
-// What can be done once in a process only: the log's start beside an archive of many logs, and
-// lines that wait in memory.
+// What a process can do only once: the log's start beside a large archive, and lines that wait in
+// memory.
 #include <fstream>
 
 #include "bench.h"
@@ -8,8 +8,7 @@
 namespace Common::Bench {
 namespace {
 
-// A working directory with the log of an earlier run and an archive of `count` more. Made when it
-// is first asked for.
+// A working directory with an earlier run's log and `count` archived ones. Made on first use.
 std::string FolderWithArchive(int count) {
   const std::filesystem::path folder =
       std::filesystem::current_path() / ("archive_" + std::to_string(count));

@@ -1,5 +1,4 @@
-// Reading the clock, a signal's value, and waiting: how late a wait returns and how much of the
-// processor it takes.
+// Reading the clock, a signal's value, and waiting: how late a wait returns and what it costs.
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -23,8 +22,8 @@ void RegisterClock() {
   });
 }
 
-// The floor asks the storage for the clock, as every reading promises to, but reads the system's
-// clock without a call into the library.
+// The floor looks the clock up in the storage, as a signal must at every reading, but reads the
+// system's clock without a call into the library.
 void RegisterSignal() {
   const auto signal = Clock::Get()->MakePeriodic(PeriodicKind::Sine, 1'000'000, 0.0F);
   RegisterJob("signal_value/1/ours", [signal] { benchmark::DoNotOptimize(signal->GetValue()); });
@@ -49,7 +48,7 @@ double Percentile(std::vector<double> samples, double share) {
   return samples[rank];
 }
 
-// Reports in microseconds: how late the waits were, and what they took of the processor.
+// Reports how late the waits were and how much processor time they took.
 template <class Sleep>
 void MeasureWaits(benchmark::State& state, std::uint64_t length, Sleep sleep) {
   std::vector<double> lateness;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view ObjectName = "crane_of_the_north_quay";
 
-// The digits follow the global locale, which groups none here.
+// Numbers follow the global locale, which groups no digits here.
 std::string MakeIdTextByHand(std::int64_t id) {
   if (std::locale() != std::locale::classic()) std::abort();
   char digits[20];

@@ -1,6 +1,5 @@
-// Reading and writing settings text, against a scanner that knows only when a line is good: it
-// opens with key bytes, then comes white space, then "=". Each input is taken twice, as a text to
-// read and as entries to write.
+// Reading and writing settings text, against a scanner that only knows which lines are good: key
+// bytes, white space, "=". Each input is used as a text to read and as entries to write.
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -76,7 +75,7 @@ Reading Read(const std::string& text) {
   return reading;
 }
 
-// Pieces of the text as keys and values in turn.
+// Takes pieces of the text as keys and values in turn.
 ConfigEntries CutIntoEntries(const std::string& text) {
   ConfigEntries entries;
   std::istringstream pieces(text);
@@ -97,13 +96,13 @@ bool IsKey(const std::string& text) {
   return true;
 }
 
-// What is read back of a written entry, by its value's form alone.
+// What a written value reads back as.
 std::string ReadBack(const std::string& value) {
   return WithoutWhiteSpaceAtStart(UpToNul(WithoutReturnsAtEnd(value)));
 }
 
-// A line feed makes two lines of an entry, and these characters in a key may make another key of
-// it. Such entries have only the scanner to be compared with.
+// A line feed splits an entry into two lines, and these characters may change its key. Such entries
+// are only compared with the scanner.
 bool StaysOneEntry(const std::string& key, const std::string& value) {
   return value.find('\n') == std::string::npos &&
          (IsKey(key) || (key.find('=') == std::string::npos &&

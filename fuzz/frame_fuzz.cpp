@@ -1,6 +1,5 @@
-// Operations on the frame utility, from outside a tick and from inside its callbacks, against a
-// plain model that runs beside it. The model tells which callable has to run next; each callable
-// that runs compares itself with that.
+// Operations on the frame utility, from outside a tick and from inside callbacks, against a plain
+// model. The model tells which callable has to run next, and each one that runs compares itself.
 #include <common/frame_utility.h>
 #include <common/message_totem.h>
 
@@ -18,12 +17,11 @@ namespace {
 using namespace Common;
 using Fuzz::Check;
 
-// Callables are known by number. These two stand for the one that the utility itself puts in, and
-// for an empty function.
+// Callables have numbers. These stand for the utility's own one and for an empty function.
 constexpr std::uint64_t DoesNothing = 0;
 constexpr std::uint64_t IsEmpty = 1;
 
-// What happens next in a tick: a callable runs with a value, or the tick ends in one of these ways.
+// A callable runs with a value, or the tick ends in one of these ways.
 struct Event {
   enum Kind { Runs, Returns, ThrowsBadCall, ThrowsMissingClock };
 
@@ -178,8 +176,8 @@ class Host {
     StartAfresh();
   }
 
-  // Called by the callables. The calls of an id are cancelled one after the other, from the front,
-  // and each callable that is destroyed on the way finds those behind it still waiting.
+  // Called by the callables. The calls of an id are cancelled one by one from the front, so each
+  // callable that is destroyed finds those behind it still waiting.
   void OnDestroyed(std::uint64_t number) {
     if (cancelled) {
       const auto call =
@@ -201,8 +199,7 @@ class Host {
     return kind < 2 ? kind : ++lastNumber;
   }
 
-  // Mostly times that meet the present one, else such that sums of them wrap, which also set the
-  // clock back.
+  // Mostly small times that come due, else times whose sums wrap, which also set the clock back.
   std::uint64_t DrawTime() {
     const auto kind = data->ConsumeIntegralInRange(0, 15);
     const auto small = data->ConsumeIntegralInRange<std::uint64_t>(0, 20);
@@ -301,7 +298,7 @@ class Host {
     model.reactors.emplace(address, Reactor{std::move(reactor), interval});
   }
 
-  // Not the one whose callback is running.
+  // Never the one whose callback is running.
   IFrameReactor* DrawReactor() {
     if (model.reactors.empty()) return nullptr;
     const auto index = data->ConsumeIntegralInRange<std::size_t>(0, model.reactors.size() - 1);
@@ -349,7 +346,7 @@ class Host {
     const auto outer = std::exchange(cancelled, id);
     const std::size_t end = model.callsServed + model.calls.size();  // later ones are not meant
     frames->CancelCall(id);
-    // What has no callable that tells of its end.
+    // Calls without a callable that tells of its end.
     model.Cancel(id, end - std::min(end, model.callsServed));
     cancelled = outer;
   }
@@ -396,7 +393,7 @@ class Host {
     Check(callablesAlive == model.CallablesHeld(), "a callable lives as long as it is held");
   }
 
-  // All that stays is the number of the frame and the totem's value.
+  // The number of the frame and the totem's value stay.
   void StartAfresh() {
     model.reactors.clear();
     if (clock == nullptr) ToggleClock();

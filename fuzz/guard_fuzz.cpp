@@ -1,5 +1,5 @@
-// Any bytes as a guard file at start: patches of one that a dead run has left, or bytes alone.
-// What is refused is not touched, and what is written stands in the input.
+// Any bytes as a guard file at start: a dead run's file with patches, or bytes alone. A refused
+// file is not touched, and what is written comes from the input.
 #include <common/message_log.h>
 #include <vorn_lnk/file>
 

@@ -1,6 +1,6 @@
-// Kills hosts at random moments while four threads log, and looks whether the starts after that
-// have completed their logs: each line whose call had returned is found once, whole and in its
-// thread's order. Some of the starts are killed too.
+// Kills hosts at random moments while four threads log, and checks that later starts have completed
+// their logs: each line whose call had returned is there once, whole and in its thread's order.
+// Some of those starts are killed too.
 //
 // kill_test KILLS
 #include <common/message_log.h>
@@ -48,7 +48,7 @@ std::string TextOf(int thread, std::uint64_t line) {
   return std::to_string(thread) + ' ' + std::to_string(line) + ' ' + std::string(line % 90, 'x');
 }
 
-// How many calls of each thread have returned, where a kill does not reach it.
+// How many calls of each thread have returned, in a file that survives a kill.
 class Progress {
  public:
   struct Counts {
@@ -162,7 +162,7 @@ std::vector<fs::path> FilesOfLogs() {
   return files;
 }
 
-// Looks at one line of the killed run, and skips the lines of a header.
+// Checks a line of the killed run; skips the lines of a header.
 bool TakeLine(const std::string& line, std::array<std::uint64_t, Threads>& next) {
   constexpr std::size_t stampSize = 22;
   Check(line.size() > stampSize, "each line has its stamp: " + line);

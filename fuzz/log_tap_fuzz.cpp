@@ -1,5 +1,5 @@
-// Lines through a tap, from outside and from inside listeners, which come and go meanwhile, against
-// a plain list of lines. The log behind refuses warnings at times.
+// Lines through a tap, from outside and from inside listeners that come and go, against a plain
+// list. The log behind refuses warnings at times.
 #include <common/kit/log_tap.h>
 
 #include <fuzzer/FuzzedDataProvider.h>

@@ -1,7 +1,6 @@
-// Lack of memory: operations of all services, each with an allocation of the input's choice
-// failing, also one that the C library makes for itself, as to open a file. Either nothing has
-// changed and std::bad_alloc is thrown, or the operation succeeds; locks, files and services stay
-// in order, and nothing leaks.
+// Lack of memory: operations of all services, each with one allocation failing that the input
+// chooses, the C library's own included. Either std::bad_alloc is thrown and nothing has changed,
+// or the operation succeeds. Locks, files and services stay in order, and nothing leaks.
 #include <common/config_file.h>
 #include <common/frame_utility.h>
 #include <common/performance_profiler.h>
@@ -28,10 +27,10 @@ int allocationsUntilFailure = 0;  // 0 where none is to fail
 bool NextAllocationFails() { return allocationsUntilFailure > 0 && --allocationsUntilFailure == 0; }
 }  // namespace
 
-// The sanitizer's own, behind the name that this program takes.
+// The sanitizer's malloc.
 extern "C" void* __interceptor_malloc(std::size_t size);
 
-// Shown to the libraries, or they would go on with another.
+// Exported, or the libraries would use another.
 extern "C" [[gnu::visibility("default")]] void* malloc(std::size_t size) noexcept {
   if (NextAllocationFails()) {
     errno = ENOMEM;
@@ -40,7 +39,7 @@ extern "C" [[gnu::visibility("default")]] void* malloc(std::size_t size) noexcep
   return __interceptor_malloc(size);
 }
 
-// All forms are replaced, since the sanitizer brings its own of each.
+// All forms are replaced, or the sanitizer's own would be used.
 void* operator new(std::size_t size) {
   if (void* const memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
@@ -92,7 +91,6 @@ std::string NumberedText(std::uint32_t number) { return LongText + std::to_strin
 // Without the stamp, which ends in a colon and a blank.
 std::string TextOfLine(const std::string& line) { return line.substr(line.find(": ") + 2); }
 
-// A folder of its own, with settings to be read.
 struct Folder {
   Folder() {
     std::filesystem::remove_all("memory_fuzz.files");
@@ -159,7 +157,7 @@ void Fill(BlockPool& pool) {
     std::memset(pool.Allocate(BlockSize), left, BlockSize);
 }
 
-// A new pool each time, since the frame utility's soon has all that it needs.
+// A new pool each time, since the frame utility's own soon needs no more memory.
 void FillNewPool() {
   BlockPool pool;
   try {
@@ -220,7 +218,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   FuzzedDataProvider data(bytes, size);
   for (int left = OperationsPerInput; left > 0 && data.remaining_bytes() > 0; --left) {
     const int operation = data.ConsumeIntegralInRange(0, 14);
-    // A host's own locale takes memory for the first number that is written under it.
+    // Under a new locale, the first number that is written takes memory.
     if (operation == 6) std::locale::global(std::locale(Classic, new std::numpunct<char>));
     allocationsUntilFailure = data.ConsumeIntegralInRange(0, 24);
     try {

@@ -1,5 +1,5 @@
-// Calls that are posted between ticks, by the calls themselves and by the destructors of callables,
-// and queues that end while calls wait, against a plain queue.
+// Calls posted between ticks, by calls and by destructors of callables, and queues that end while
+// calls wait, against a plain queue.
 #include <common/kit/posted_calls.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -69,7 +69,7 @@ class Host {
     }
   }
 
-  // What waits is dropped, and what the destructors of its callables post.
+  // Drops what waits, and what the destructors of its callables post.
   void EndAndBeginAgain() {
     isEnding = true;
     owner.reset();

@@ -1,5 +1,5 @@
-// Numbers of settings, right, wrong and just on a bound, in global locales that group digits and
-// write a comma for the decimal point, against the plain reading of their texts.
+// Right, wrong and borderline numbers, in global locales that group digits and write a decimal
+// comma, against a plain reading of their texts.
 #include <common/kit/settings_reader.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -69,7 +69,7 @@ std::string FloatText(double number) {
   return IsFloat(number) ? Shortest(static_cast<float>(number)) : Shortest(number);
 }
 
-// With an apostrophe, which no text has but those that the store writes.
+// Only numbers that the store writes have apostrophes.
 struct SwissNumbers : std::numpunct<char> {
   char do_decimal_point() const override { return ','; }
   char do_thousands_sep() const override { return '\''; }
@@ -133,7 +133,6 @@ class Host {
     CheckWarnings(key, isRight);
   }
 
-  // Where the fallback is a float, fractions are compared as floats.
   void ReadFloat(const std::string& key) {
     const double fallback = data.PickValueInArray(Floats);
     auto [lowest, highest] =

@@ -1,9 +1,8 @@
-// What the fuzz targets share: a check that ends the run, the stand-ins of the kit, and callables
-// that tell when they end.
+// What the fuzz targets share: a check that ends the run, stand-ins, and callables that tell when
+// they end.
 //
-// A factory works once a process, so a target keeps its service for all inputs, together with the
-// stand-ins that the service asks for, in one static object whose members end in the right order at
-// exit.
+// A factory works once a process, so a target keeps its service and the stand-ins that the service
+// needs in one static object for all inputs, whose members end in the right order.
 #pragma once
 
 #include <common/frame_utility.h>
@@ -23,10 +22,9 @@ inline void Check(bool holds, const char* claim) {
   std::abort();
 }
 
-// What callbacks throw.
 struct Thrown {};
 
-// What a callable owns. Its host is told when it is destroyed, and may then call back.
+// Owned by a callable. Tells its host when it is destroyed; the host may then call back.
 template <class Host>
 struct Callable {
   Callable(Host* owner, std::uint64_t ownNumber) : host(owner), number(ownNumber) {
@@ -41,7 +39,7 @@ struct Callable {
   const std::uint64_t number;
 };
 
-// A frame utility for what makes a single reactor, of interval 0, and schedules no calls.
+// A frame utility with a single reactor, of interval 0, and no calls.
 class OneReactor : public SFrameUtility {
  public:
   Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t /*interval*/) override {

@@ -1,6 +1,6 @@
-// Two sets of timers, made, cancelled and ended from outside, from inside each other's callbacks
-// and by the destructors of callables, against a plain model. The model tells which callback runs
-// next and which callables live.
+// Two sets of timers that are made, cancelled and ended from outside, from each other's callbacks
+// and by destructors of callables, against a plain model of which runs next and which callables
+// live.
 #include <common/kit/timers.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -36,7 +36,7 @@ struct Model {
     std::stable_sort(batch.begin(), batch.end(), isEarlier);
   }
 
-  // The number of the timer that runs next in the tick, or 0 if none does.
+  // The number of the timer that runs next in the tick, 0 if none does.
   std::uint64_t Next() {
     while (!batch.empty()) {
       const std::uint64_t number = batch.front();
@@ -149,7 +149,7 @@ class Host {
     for (; left > 0 && !side.made.empty(); --left) Cancel(side);
   }
 
-  // One that waits, runs, has run or is cancelled.
+  // Any timer: waiting, running, run or cancelled.
   void Cancel(Side& side) {
     const auto index = data.ConsumeIntegralInRange<std::size_t>(0, side.made.size() - 1);
     const auto [number, id] = side.made[index];
@@ -158,7 +158,7 @@ class Host {
     Check(side.timers->Cancel(id) == waits, "what waits can be cancelled");
   }
 
-  // What waits is dropped, and what the destructors of its callables make.
+  // Drops what waits, and what the destructors of its callables make.
   void EndAndBeginAgain(Side& side) {
     side.isEnding = true;
     side.owner.reset();

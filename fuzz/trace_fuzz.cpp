@@ -1,6 +1,6 @@
 // Measurements that are nested and stopped by others, with reports that free the records in
-// between, against a plain list of phases and wholes. The time that passes is drawn: a record that
-// runs is told that it began earlier.
+// between, against a plain list of phases and wholes. Time passes by moving the start of a running
+// record back.
 #include <common/kit/trace.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -26,7 +26,7 @@ struct Kept {
   std::uint64_t duration;
 };
 
-// One measurement, beside what is known of it: names, and when its first record began.
+// A measurement, and what is known of it: names, and the start of its first record.
 struct Measured {
   Measured(AccumulatorHandle handle, Kit::Trace& trace)
       : records(*handle.records),
@@ -88,7 +88,7 @@ class Host {
     measured.erase(measured.begin() + static_cast<std::ptrdiff_t>(index));
   }
 
-  // Returns when the record has ended, unless somebody else has stopped it before.
+  // Returns the time at which the record ended; none if somebody else had stopped it.
   template <class End>
   std::optional<std::uint64_t> EndRecord(Measured& one, End end) {
     MeasureRecord& present = one.Present();
@@ -102,7 +102,7 @@ class Host {
     return before.started + duration;
   }
 
-  // New ones may stand in another order, and where others stood.
+  // New ones may come in another order, and where others were.
   void FreeRecords() {
     while (!measured.empty()) EndOne();
     profiler->WriteReportAndClear("/dev/null");
@@ -155,7 +155,7 @@ class Host {
 
 }  // namespace
 
-// What is freed is used again at once, so that new records stand where others stood.
+// Reuses freed memory at once, so that new records stand where others stood.
 extern "C" const char* __asan_default_options() {
   return "quarantine_size_mb=0:thread_local_quarantine_size_kb=0";
 }

@@ -11,7 +11,7 @@
 namespace Harbor {
 namespace {
 
-// Opening to append changes nothing in a file that is there.
+// Opening to append leaves an existing file as it is.
 void RequireWritable(const std::string& file) {
   std::error_code ignored;
   const bool isNew = !std::filesystem::exists(file, ignored);

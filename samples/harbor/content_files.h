@@ -7,7 +7,7 @@
 
 namespace Harbor {
 
-// The files that a run writes, from the working directory.
+// The files that a run writes, relative to the working directory.
 inline const std::string SettingsFile = Common::ConfigFolder + "/" + Common::ConfigFileName;
 inline const std::string LogFile = "zeb_log.txt";
 inline const std::string ReportFile = Common::UtResultFolder + "/profiler_data.csv";
@@ -15,13 +15,13 @@ inline const std::string ThreadsReportFile = Common::UtResultFolder + "/threads.
 inline const std::string TraceFile = Common::UtResultFolder + "/trace.json";
 inline const std::array WrittenFiles{SettingsFile, LogFile, ReportFile, TraceFile};
 
-// Holds the lines of the log that wait while a run is under way, and is gone at its end.
+// Holds the waiting lines of the log during a run; gone after it.
 inline const std::string GuardFile = "zeb_log.guard";
 
-// Makes `directory` (UTF-8) the working directory, and the report's folder in it where that is
+// Makes `directory` (UTF-8) the working directory, and makes the report's folder in it if that is
 // missing, with a warning. Throws std::runtime_error with a text for the user if the content is
-// missing or one of the files cannot be written: the services would go on without it, and tell at
-// the end of the run or never.
+// missing or a file cannot be written: the services would go on without it and say so late or
+// never.
 void PrepareDirectory(const std::string& directory);
 
 }  // namespace Harbor

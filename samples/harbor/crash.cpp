@@ -29,7 +29,7 @@ std::terminate_handler tellWhatHappened = nullptr;
 void FlushLog() {
   try {
     Log::Get()->Flush();
-  } catch (...) {  // there is no log, or no longer
+  } catch (...) {  // there is no log, or no log any more
   }
 }
 
@@ -45,9 +45,9 @@ void Tell(const char* text) {
       write(standardError, text, static_cast<unsigned>(std::strlen(text)));
 }
 
-// A signal may come in the middle of a log call or of an allocation, so nothing that takes a lock
-// or memory may be called here: no log, no stream, not even printf. What the system lists as safe
-// is enough. By the default action, which follows, the parent sees what ended the process.
+// A signal may come in the middle of a log call or an allocation, so a handler must call nothing
+// that takes a lock or memory: no log, no stream, not even printf. What the system lists as safe is
+// enough. The default action, which follows, tells the parent what ended the process.
 void OnCrash(int signal) {
   Tell("harbor: ended by ");
   for (const auto& [number, name] : Crashes) {
@@ -64,8 +64,8 @@ void CatchCrash(int signal) { std::signal(signal, OnCrash); }
 
 #else
 
-// The handler has a stack of its own, since the stack may be what has run out. Each thread that
-// shall tell of that needs one.
+// The handler has its own stack, since the thread's may be what ran out. This serves the calling
+// thread alone.
 void CatchCrash(int signal) {
   static char memory[1 << 16];
   stack_t stack{};

@@ -17,8 +17,7 @@ constexpr std::uint64_t FirstArrival = 2;  // the totem shows the gates from the
 constexpr std::uint64_t ShipsPerBadPapers = 8;
 constexpr std::uint64_t ShipsPerCallAway = 5;
 
-// The distributions of the standard library differ from one implementation to the next; a remainder
-// does not.
+// A remainder, since the standard library's distributions differ between implementations.
 class Chance {
  public:
   explicit Chance(std::uint64_t seed) : generator(seed) {}

@@ -6,7 +6,7 @@
 namespace Harbor {
 namespace {
 
-// An atomic, as Windows calls the handler on a thread of its own.
+// Atomic, since Windows calls the handler on a thread of its own.
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a handler must not wait for a lock");
 

@@ -1,6 +1,6 @@
 // A headless harbor that runs in real time on the common services: a host to copy from. Begin with
-// services.h, which starts and ends the services, and shift.cpp, which runs the frames. Where
-// port.cpp stands another engine has its game, and where weather.cpp stands its plugins.
+// services.h, which starts and ends the services, and shift.cpp, which runs the frames. In place of
+// port.cpp another engine has its game, in place of weather.cpp its plugins.
 #include <vorn_lnk/singleton>
 
 #include <exception>
@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
   } catch (const std::exception& failure) {
     return Fail(Failed, failure.what());
   } catch (const Vorn::MissingInstance& failure) {
-    // No std::exception: it means that the services were used out of order.
+    // Not a std::exception: it means that the services were used out of order.
     return Fail(Failed, failure.Message());
   }
 }

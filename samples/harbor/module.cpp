@@ -26,7 +26,7 @@ constexpr std::size_t LongestPath = 32'768;
 namespace {
 
 HMODULE Load(const std::filesystem::path& file) {
-  SetErrorMode(SEM_FAILCRITICALERRORS);  // no dialog: this program has no one to answer it
+  SetErrorMode(SEM_FAILCRITICALERRORS);  // no dialog: nobody would answer it
   const HMODULE module = LoadLibraryW(file.c_str());
   if (module == nullptr) {
     throw std::runtime_error(std::system_category().message(static_cast<int>(GetLastError())));

@@ -5,20 +5,20 @@
 
 namespace Harbor {
 
-// A shared module of this process, loaded while this lives.
+// A shared module, loaded for as long as this lives.
 class Module {
  public:
-  // Throws std::runtime_error, with what the system says, if the file cannot be loaded.
+  // Throws std::runtime_error with the system's message if the file cannot be loaded.
   explicit Module(const std::filesystem::path& file);
   ~Module();
 
   Module(const Module&) = delete;
   Module& operator=(const Module&) = delete;
 
-  // The address of what the module exports under `name`, null if there is no such thing.
+  // The address of what the module exports under `name`, or null.
   void* Find(const std::string& name) const;
 
-  // Whether the module of this file is in memory, whoever has loaded it.
+  // Whether this module is in memory, whoever loaded it.
   static bool IsLoaded(const std::filesystem::path& file);
 
   static const char* const FileEnding;
@@ -27,7 +27,6 @@ class Module {
   void* const handle;
 };
 
-// Where the running program's own file stands.
 std::filesystem::path ProgramFolder();
 
 }  // namespace Harbor

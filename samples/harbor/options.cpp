@@ -45,7 +45,7 @@ const char* const HelpText =
     "and in order.\n";
 
 #ifdef _WIN32
-// What main is handed there went through a code page, which may not have all letters.
+// What main gets there went through a code page, which may lack letters.
 std::vector<std::string> Utf8Arguments(int, char**) {
   int count = 0;
   const std::unique_ptr<LPWSTR, decltype(&LocalFree)> wide(

@@ -1,5 +1,5 @@
-// The records that a frame's time goes to, in the order of a frame. The accumulator's first record,
-// which has its name, takes the frame's own preparation.
+// The records of a frame, in order. The accumulator's first record, which bears its name, takes the
+// frame's own preparation.
 #pragma once
 
 #include <cstddef>

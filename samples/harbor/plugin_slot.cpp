@@ -42,8 +42,8 @@ void PluginSlot::Load() {
   Log::Get()->LogMessage("plugin " + name + " is loaded");
 }
 
-// The order that binds: first what points at the module's code, then the code. Only a module that
-// nothing holds any more really goes.
+// What points at the module's code must go before the code. The module only really goes when
+// nothing holds it any more.
 void PluginSlot::Unload() {
   plugin.reset();
   module.reset();

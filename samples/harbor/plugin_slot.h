@@ -10,15 +10,14 @@
 
 namespace Harbor {
 
-// The place of one plugin. Where there is none, or none that can be used, the log says so and the
-// harbor goes on without it. REQUIRES: made, reloaded and ended between two ticks.
+// Holds one plugin. If there is none, or none that can be used, the log says so and the harbor goes
+// on without it. REQUIRES: made, reloaded and ended between two ticks.
 class PluginSlot {
  public:
-  // Loads the plugin of this name from the folder of the program, or from another that `name`
-  // begins with (UTF-8, without the file's ending).
+  // Loads the plugin `name` (UTF-8, without the file's ending) from the program's folder, or from
+  // another one that `name` begins with.
   PluginSlot(const std::string& name, const PluginHost& host);
 
-  // Takes the plugin out and loads it again, as after a new build of it.
   void Reload();
 
  private:
@@ -29,7 +28,7 @@ class PluginSlot {
   const std::filesystem::path file;
   const PluginHost host;
   std::optional<Module> module;
-  std::unique_ptr<Plugin> plugin;  // ends before the code that it consists of goes
+  std::unique_ptr<Plugin> plugin;  // ends before its code goes
 };
 
 }  // namespace Harbor

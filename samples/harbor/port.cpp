@@ -14,8 +14,7 @@ constexpr float GatesOpenShare = 0.75F;  // of a day, from sunrise on
 constexpr float FullLight = 1000.0F;
 constexpr float FullTurn = 6.2831855F;
 
-// How much a crane lifts: by day the hold is empty after half of the time at the berth, by night
-// after all of it.
+// By day the hold is empty after half of the time at the berth, by night after all of it.
 std::uint64_t TonnesPerLift(const Ship& ship, std::uint64_t unloadFrames, bool dark) {
   constexpr std::uint64_t framesPerLift = 2;
   const std::uint64_t byNight = ship.tonnes * framesPerLift / unloadFrames + 1;
@@ -42,10 +41,10 @@ Port::Port(Services& services, const Common::Kit::GameClock& clock, const Settin
   StartTimers();
 }
 
-// A call that is still queued would point at a port that is gone.
+// A call still queued would point at a port that is gone.
 Port::~Port() { frames.CancelCall(openingCall); }
 
-// Runs in the first tick, before any call that is scheduled after it.
+// Runs in the first tick, before any call scheduled after it.
 std::uint64_t Port::ScheduleOpening() {
   const auto open = [this](std::uint64_t count) {
     log.LogMessage("the harbor is open, berths: " + std::to_string(count));
@@ -53,7 +52,7 @@ std::uint64_t Port::ScheduleOpening() {
   return frames.ScheduleCall(open, settings.berths, 0);
 }
 
-// A crane needs two frames for a lift. A timer keeps its phase, so that late frames cost no lift.
+// A crane needs two frames for a lift. Timers keep their phase, so late frames cost no lift.
 void Port::StartTimers() {
   timers.Cancel(cranes);
   timers.Cancel(endOfDay);
@@ -71,7 +70,7 @@ void Port::Apply(const Settings& changed) {
   FitBerths();
 }
 
-// Ships that have come stay where they are in the deque; once all have gone, it is emptied.
+// Ships that have come stay in the deque, since others point at them, until all have gone.
 void Port::CallFleet() {
   if (IsQuiet()) arrived = 0;
   fleet.resize(arrived);
@@ -82,7 +81,7 @@ void Port::CallFleet() {
   }
 }
 
-// A deque here too, since the timer of an unloading refers to its berth.
+// A deque too, since the timer of an unloading refers to its berth.
 void Port::FitBerths() {
   while (berths.size() < settings.berths) berths.push_back(nullptr);
   while (berths.size() > settings.berths && berths.back() == nullptr) berths.pop_back();
@@ -165,7 +164,6 @@ void Port::LetOneShipIn() {
   anchorage.pop_front();
 }
 
-// Not one of those that are to close.
 std::optional<std::size_t> Port::FindFreeBerth() const {
   for (std::size_t number = 0; number < settings.berths; ++number) {
     if (berths[number] == nullptr) return number;
@@ -175,8 +173,8 @@ std::optional<std::size_t> Port::FindFreeBerth() const {
 
 bool Port::IsGale() const { return ReadWindForce(totem) >= GaleForce; }
 
-// Half a frame early, or a tick that is punctual to the microsecond could find the time not quite
-// passed.
+// The timer is half a frame early, or a tick that is punctual to the microsecond might find its
+// time not quite passed.
 void Port::MoorAt(std::size_t number, Ship& ship) {
   Ship*& berth = berths[number];
   berth = &ship;

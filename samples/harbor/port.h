@@ -21,9 +21,8 @@ struct Tally {
   std::uint64_t leftInPort = 0;
 };
 
-// The simulation. What changes with time happens in ticks: a reactor moves the sun and the gates,
-// and timers on the game's clock work the cranes and end the unloadings. What follows from it
-// happens once a frame in Step.
+// The simulation. In ticks, a reactor moves the sun and the gates, and timers on the game's clock
+// work the cranes and end the unloadings. The rest happens in Step, once a frame.
 class Port {
  public:
   // REQUIRES: `clock` outlives this object.
@@ -36,11 +35,11 @@ class Port {
   // One frame: ships arrive, at most one enters, some are called away.
   void Step();
 
-  // Takes over settings that have changed. Those of the fleet hold for the ships that have not
-  // arrived yet, and a berth that is no longer wanted closes when its ship has left.
+  // Takes over changed settings. Those of the fleet apply to ships that have not arrived yet, and a
+  // berth that is no longer wanted closes when its ship has left.
   void Apply(const Settings& changed);
 
-  // Draws the ships that are still to come, in place of those that have not arrived.
+  // Draws the ships still to come, in place of those that have not arrived.
   void CallFleet();
 
   // Whether all ships have come and gone.
@@ -48,7 +47,7 @@ class Port {
 
   Tally Total() const;
 
-  // For whoever shows the port. Null where a berth is free.
+  // For views of the port. Null is a free berth.
   const std::deque<Ship*>& Berths() const { return berths; }
   const std::deque<Ship*>& Anchorage() const { return anchorage; }
   const Common::Kit::Timers& Timers() const { return timers; }
@@ -86,7 +85,7 @@ class Port {
   std::deque<Ship*> berths;
   Tally tally;
 
-  // Their callbacks point at this port, and end with it.
+  // Their callbacks point at this port.
   const Vorn::IntrudablePtr<Common::IFrameReactor> sun;
   Common::Kit::Timers timers;
   Common::Kit::Timers::Id cranes;

@@ -7,9 +7,8 @@
 
 namespace Harbor {
 
-// One line that is rewritten in place, on standard error and only if that is a terminal. Hidden
-// while a frame works, so that it never mixes with a line of the log; it shows what the totem
-// tells.
+// One line of progress from the totem, rewritten in place on standard error if that is a terminal.
+// Hidden while a frame works, so that it never mixes with the log.
 class Progress {
  public:
   explicit Progress(std::uint64_t frameCount);

@@ -12,14 +12,14 @@ namespace {
 
 constexpr std::size_t MostOldLogs = 100;
 
-// Where the previous log could not be moved away, the new one has no file and says nothing of it.
+// If the previous log could not be moved away, the new one has no file and does not say so.
 void RescueLog() {
   if (!std::filesystem::exists(LogFile)) return;
   Log::Get()->SetLogFile(LogFile);
   Log::Get()->LogWarning("the previous log could not be moved away; this run is appended to it");
 }
 
-// A run that ended in order has left no guard file. Naming it brings home what a crash has left.
+// Only a crash leaves a guard file. Naming it here completes the crashed run's log.
 void GuardLog() {
   const bool isLeft = std::filesystem::exists(GuardFile);
   if (!Log::Get()->SetGuardFile(GuardFile)) {
@@ -40,7 +40,7 @@ std::shared_ptr<Log> StartLog() {
   std::unique_ptr<Common::Log::SMessageLog> own(Common::Log::ManufactureMessageLog());
   auto tap = std::make_unique<Common::Kit::LogTap>(std::move(own), KeptLogLines);
   std::shared_ptr<Log> log = Log::Create(tap.get());
-  tap.release();  // the owner's now
+  tap.release();  // owned by `log` now
   Log::Get()->SetLiveOutput(true);
   RescueLog();
   GuardLog();

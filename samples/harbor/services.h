@@ -1,6 +1,6 @@
-// All seven services, started in the order of the members and ended in the reverse order, on every
-// way out of the scope that holds them: the report and the settings are then written, the log
-// closes after everything that may still report, and the clock goes last.
+// All seven services. They start in the order of the members and end in reverse, however the scope
+// is left: the report and the settings are written then, the log ends after everything that may
+// still log, and the clock last.
 #pragma once
 
 #include <common/config_file.h>
@@ -17,8 +17,7 @@
 
 namespace Harbor {
 
-// A log that shows its lines on the console from the first on, so that what is wrong with the
-// settings can be seen there too.
+// The log, with live output from the start, so that problems with the settings show there too.
 std::shared_ptr<Log> StartLog();
 
 inline constexpr std::size_t KeptLogLines = 10'000;
@@ -34,7 +33,7 @@ struct Services {
   const std::unique_ptr<Common::Unique::SRuntimeUniqueId> ids{Common::Unique::Manufacture()};
   const std::unique_ptr<Common::SFrameUtility> frames{Common::ManufactureFrameUtility()};
 
-  // What StartLog has entered: the log, and what stands before it to show its lines.
+  // The tap that StartLog put before the log.
   Common::Kit::LogTap& Tap() const { return dynamic_cast<Common::Kit::LogTap&>(*Log::Get()); }
 };
 

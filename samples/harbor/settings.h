@@ -12,7 +12,7 @@ namespace Harbor {
 inline constexpr std::int32_t MinFrames = 1;
 inline constexpr std::int32_t MaxFrames = 1'000'000;
 
-// Times are microseconds.
+// Times are in microseconds.
 struct Settings {
   std::uint64_t frameTime;
   std::uint64_t frames;
@@ -25,12 +25,11 @@ struct Settings {
   bool liveOutput;
 };
 
-// Asks for every setting, so that the store comes to list them all. A value that makes no sense
-// gets a warning in the log and counts as the default; its text stays in the store for the user to
-// fix.
+// Reads every setting, so that the store lists them all. A wrong value gets a warning and counts as
+// the default; its text stays in the store for the user to fix.
 Settings ReadSettings(Common::Kit::SettingsReader& reader);
 
-// Settings that nobody asks for are typing errors, mostly.
+// Warns of settings that nobody reads, which are mostly typing errors.
 void WarnOfUnaskedKeys(Common::Config::SConfigFile& store, Common::Log::SMessageLog& log,
                        const Common::Kit::SettingsReader& reader);
 

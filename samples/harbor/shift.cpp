@@ -55,7 +55,7 @@ bool Shift::IsOver() const { return framesRun >= settings.frames || IsInterrupte
 void Shift::RunFrame(const Draw& draw) {
   Common::Kit::TracedMeasurement frame(services.profiler->OpenAccumulator(Phase::Frame), trace);
   progress.Hide();
-  if (framesRun == settings.frames / 2) plugin->Reload();  // shows that it can be done in a run
+  if (framesRun == settings.frames / 2) plugin->Reload();  // to show that it works during a run
   frame.GoOnTo(Phase::Tick);
   services.frames->Tick();
   frame.GoOnTo(Phase::Simulation);
@@ -119,10 +119,10 @@ void Shift::WriteTrace() const {
   if (file) return;
   Log::Get()->LogWarning("the trace could not be written to " + TraceFile);
   std::error_code ignored;
-  std::filesystem::remove(TraceFile, ignored);  // no viewer reads a part
+  std::filesystem::remove(TraceFile, ignored);  // no viewer reads a partial file
 }
 
-// The profiler's own report has the thread that ticks alone.
+// The profiler's own report has only the thread that ticks.
 void Shift::WriteThreadsReport() {
   Common::Kit::WriteReport(ThreadsReportFile, {services.profiler.get(), &office.Profiler()});
 }

@@ -30,8 +30,7 @@ struct Outcome {
   std::vector<Common::Kit::Trace::Line> phases;  // of the frames that the trace still holds
 };
 
-// One run of the harbor, from the start of the services to their end. The members start in their
-// order and end in the reverse one.
+// One run of the harbor, from the start of the services to their end, in the order of the members.
 class Shift {
  public:
   // Runs `frames` frames, or as many as the settings say.
@@ -40,19 +39,18 @@ class Shift {
   // Whether all frames have run, or an interrupt has come.
   bool IsOver() const;
 
-  // One frame. `draw`, if any, runs before the frame waits for its end, and goes on to phases of
-  // its own.
+  // One frame. `draw`, if any, runs before the frame waits for its end, and adds phases of its own.
   using Draw = std::function<void(Common::Kit::TracedMeasurement& frame)>;
   void RunFrame(const Draw& draw = {});
 
-  // Writes what is to be kept of the run. The services still live.
+  // Writes what is to be kept of the run, before the services end.
   Outcome Finish();
 
-  // Takes over what has changed in the store, and saves it.
+  // Applies what has changed in the store, and saves it.
   void ApplySettings();
   void SaveSettings();
 
-  // For whoever shows the run, or lets the user steer it.
+  // For a view of the run, and for the user to steer it.
   Services services;
   Common::Kit::SettingsReader reader;
   Settings settings;
@@ -80,7 +78,7 @@ class Shift {
   Common::Kit::FramePacer pacer;
 };
 
-// Runs a shift to its end, with or without a window: each of the two programs has its own.
+// Runs a shift to its end. The programs with and without a window each have their own.
 Outcome RunShift(std::optional<std::uint64_t> frames);
 
 }  // namespace Harbor

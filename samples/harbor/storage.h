@@ -1,5 +1,5 @@
-// Where the host and its plugins find what they share: each module of the process asks the storage
-// for the services by type, and no pointer is passed around.
+// How the host and its plugins find what they share: each module asks the storage for the services
+// by type, and no pointers are passed around.
 #pragma once
 
 #include <common/message_log.h>

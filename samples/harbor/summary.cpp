@@ -13,10 +13,10 @@ namespace {
 // The time of a change may be rounded down, on Windows to whole seconds.
 constexpr std::chrono::seconds TimeStampStep{1};
 
-// A file that could not be written whole may have given back a part of the disk.
+// A disk with less room counts as full: a failed write may have given some back.
 constexpr std::uintmax_t LeastRoom = 64 * 1024;
 
-// Of the whole frames that the trace still holds.
+// Of whole frames in the trace.
 Common::Kit::Trace::Line FrameTimes(const Outcome& outcome) {
   for (const Common::Kit::Trace::Line& line : outcome.phases) {
     if (line.name == Phase::Frame) return line;
@@ -37,7 +37,7 @@ bool IsWrittenSince(std::filesystem::file_time_type begin, const std::string& fi
   return std::filesystem::file_size(file, isMissing) > 0 && !isMissing;
 }
 
-// Clang's library tells of no room at all as of an unknown amount.
+// libc++ reports a full disk as an unknown amount.
 bool IsDiskFull() {
   constexpr auto unknown = static_cast<std::uintmax_t>(-1);
   std::error_code failure;

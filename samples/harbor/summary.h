@@ -10,11 +10,11 @@ namespace Harbor {
 
 void PrintSummary(std::ostream& out, const Outcome& outcome);
 
-// For a run whose services have ended: only then the files are written.
+// For a run whose services have ended, which is when the files are written.
 void PrintFilesWrittenSince(std::filesystem::file_time_type begin, std::ostream& out);
 
-// What such a run has lost, as a text for the user: files that are empty or were not written, and
-// the ends of others where the disk is full. The services tell of none, so the host has to look.
+// What such a run has lost, as a text for the user: files that are empty or missing, and the ends
+// of others if the disk is full. The services report none of these, so the host has to look.
 std::string LossesSince(std::filesystem::file_time_type begin);
 
 }  // namespace Harbor

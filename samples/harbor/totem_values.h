@@ -1,5 +1,5 @@
-// What the values of the totem mean in this harbor. Written in one frame, they are read in the
-// next, by the host and its plugins alike.
+// What the totem's values mean in this harbor. The host and its plugins read in one frame what was
+// written in the last.
 #pragma once
 
 #include <common/message_totem.h>
@@ -22,7 +22,7 @@ inline void WriteWindForce(Common::SMessageTotem& totem, std::uint8_t force) {
   totem.byteTwo.Write(force);
 }
 
-// The totem keeps the light of the frame before, for whoever wants to see it change.
+// The totem also keeps the light of the frame before, so that a change can be seen.
 inline bool IsDark(const Common::SMessageTotem& totem) {
   return totem.fourByteValue.Read().parts[0] == 0;
 }
@@ -33,7 +33,7 @@ inline void WriteLight(Common::SMessageTotem& totem, std::uint16_t light) {
   totem.fourByteValue.Write({{light, 0}});
 }
 
-// Of the coming day, as the weather office expects it.
+// The wind force that the weather office expects for the coming day.
 inline std::uint8_t ReadForecast(const Common::SMessageTotem& totem) {
   return totem.byteThree.Read();
 }

@@ -1,4 +1,4 @@
-// The weather, as a plugin: a module that is built apart, shares the host's services through the
+// The weather, as a plugin: a module that is built separately, finds the host's services in the
 // storage, and can be unloaded while the harbor works.
 #include <common/kit/timers.h>
 
@@ -28,7 +28,7 @@ class Weather final : public Plugin {
     timers.Every(host.dayLength / 4, [this] { Report(); });
   }
 
-  // Where nobody observes the wind, no ship shall wait for it.
+  // While nobody observes the wind, no ship has to wait for it.
   ~Weather() override { WriteWindForce(totem, 0); }
 
   Weather(const Weather&) = delete;

@@ -27,7 +27,7 @@ PressureMap Observe(std::uint64_t day) {
   return map;
 }
 
-// The pressure of a minute later: each place drifts towards its neighbours.
+// Moves each place a minute on, towards its neighbours.
 void AdvanceMinute(PressureMap& map) {
   const PressureMap before = map;
   for (std::size_t y = 1; y + 1 < MapSize; ++y) {
@@ -39,7 +39,7 @@ void AdvanceMinute(PressureMap& map) {
   }
 }
 
-// The wind blows as hard as the pressure falls across the harbor, which is in the middle.
+// The wind is as strong as the fall of pressure across the harbor, in the middle of the map.
 std::uint8_t WindForce(const PressureMap& map) {
   constexpr std::size_t middle = MapSize / 2;
   constexpr std::size_t reach = 12;
@@ -81,7 +81,6 @@ void WeatherOffice::Work() {
   }
 }
 
-// None when the office closes.
 std::optional<std::uint64_t> WeatherOffice::WaitForDay() {
   std::unique_lock lock(mutex);
   hasChanged.wait(lock, [this] { return isClosing || asked.has_value(); });

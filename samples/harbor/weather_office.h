@@ -13,26 +13,25 @@
 
 namespace Harbor {
 
-// Forecasts the wind on a thread of its own, since that takes longer than a frame. What it finds
-// goes into the tick, where the game's own data may be touched. For the thread that ticks.
+// Forecasts the wind on a thread of its own, since that takes longer than a frame. The result goes
+// into the tick, where the game's data may be touched. For the thread that ticks.
 class WeatherOffice {
  public:
-  // Calls `publish` in a tick with each wind force that was found. REQUIRES: `posted` outlives this
-  // object, and what `publish` refers to outlives `posted`.
+  // Calls `publish` in a tick with each forecast. REQUIRES: `posted` outlives this object, and what
+  // `publish` refers to outlives `posted`.
   WeatherOffice(Common::Kit::PostedCalls& posted, std::function<void(std::uint8_t force)> publish);
   ~WeatherOffice() { Close(); }
 
   WeatherOffice(const WeatherOffice&) = delete;
   WeatherOffice& operator=(const WeatherOffice&) = delete;
 
-  // Has the wind of a day forecast. A day that is asked for before the one before it was begun
-  // takes its place.
+  // Requests the forecast of a day, in place of a request that was not begun yet.
   void AskFor(std::uint64_t day);
 
-  // Ends the thread, when it has finished the day it is at.
+  // Ends the thread once it has finished its present day.
   void Close();
 
-  // What the thread has measured. REQUIRES: closed, since a profiler serves one thread at a time.
+  // REQUIRES: closed, since a profiler serves one thread at a time.
   Common::SPerformanceProfiler& Profiler() { return *profiler; }
 
  private:
@@ -44,7 +43,7 @@ class WeatherOffice {
   const std::unique_ptr<Common::SPerformanceProfiler> profiler{
       Common::ManufacturePerformanceProfiler()};
 
-  std::mutex mutex;  // guards the two below it
+  std::mutex mutex;  // guards the next two
   std::optional<std::uint64_t> asked;
   bool isClosing = false;
   std::condition_variable hasChanged;

@@ -8,12 +8,12 @@ namespace {
 
 constexpr float PlotHeight = 120.0F;
 constexpr float ColumnWidth = 3.0F;
-constexpr float RoomAboveBudget = 1.25F;  // of the plot, so that a late frame shows as one
+constexpr float RoomAboveBudget = 1.25F;  // so that late frames show
 constexpr int FramesPerSummary = 30;
 constexpr ImU32 BudgetColor = IM_COL32(255, 255, 255, 160);
 constexpr ImU32 BackgroundColor = IM_COL32(20, 22, 28, 255);
 
-// Told apart by readers who see red and green alike.
+// Distinct to readers who are color-blind to red and green.
 constexpr std::array<ImU32, 6> PhaseColors{
     IM_COL32(230, 159, 0, 255),   IM_COL32(86, 180, 233, 255), IM_COL32(0, 158, 115, 255),
     IM_COL32(204, 121, 167, 255), IM_COL32(240, 228, 66, 255), IM_COL32(90, 96, 110, 255)};
@@ -36,8 +36,8 @@ void FrameTimes::Draw(std::uint64_t budget) {
   DrawLegend();
 }
 
-// A whole measurement ends behind the phases it is made of, and so closes a frame. The oldest frame
-// may have lost phases to newer ones, and is not worth showing.
+// A whole comes after its phases, and so closes a frame. The oldest frame is left out: newer
+// measurements may have replaced some of its phases.
 void FrameTimes::CollectFrames(std::size_t most) {
   const std::size_t phaseCount = phases.size();
   std::vector<std::uint64_t> frame(phaseCount);
@@ -99,7 +99,7 @@ void FrameTimes::DrawColumn(std::size_t frame, ImVec2 bottom, ImVec2 step) const
   }
 }
 
-// Reading a percentile sorts what the trace holds, so it is done a few times a second.
+// A percentile sorts what the trace holds, so it is computed only a few times a second.
 void FrameTimes::DrawLegend() {
   if (framesToSummary-- == 0) {
     summary = trace.Summarize();

@@ -10,17 +10,17 @@
 
 namespace Panels {
 
-// The last frames as a stacked plot: a column for each frame, a color for each of its phases, and a
-// line at the budget. Below it the median and the 99th percentile.
+// A stacked plot of the last frames, with a column for each frame, a color for each phase and a
+// line at the budget, above the median and the 99th percentile.
 class FrameTimes {
  public:
-  // Shows the measurements of one accumulator. `phases` names its records in the order of a frame;
-  // the one that has the accumulator's name is among them. REQUIRES: `shownTrace` outlives this
-  // object and is filled by the thread that draws.
+  // Shows the measurements of one accumulator. `phases` names its records in the order of a frame,
+  // the one with the accumulator's name included. REQUIRES: `shownTrace` outlives this object and
+  // is filled by the thread that draws.
   FrameTimes(const Common::Kit::Trace& shownTrace, const std::string& accumulator,
              const std::vector<std::string>& phases);
 
-  // `budget` is what a frame may take, in microseconds.
+  // `budget` is in microseconds.
   void Draw(std::uint64_t budget);
 
  private:

@@ -78,7 +78,7 @@ bool LogView::DrawKindSwitches() {
   return hasChanged;
 }
 
-// Only the lines in sight are drawn. A view that shows the end follows it.
+// Draws only the lines in sight. A view that shows the end follows it.
 void LogView::DrawLines() {
   ImGui::BeginChild("lines", {0.0F, 0.0F}, true, ImGuiWindowFlags_HorizontalScrollbar);
   ImGuiListClipper clipper;

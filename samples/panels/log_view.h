@@ -11,11 +11,11 @@
 
 namespace Panels {
 
-// The lines of the log while the program runs, with a color for each kind, switches for the kinds,
-// and a filter for the text.
+// The log while the program runs, with colors and switches for the kinds of lines and a filter for
+// their text.
 class LogView {
  public:
-  // Shows the last `keptLines` lines of the tap. REQUIRES: it outlives this object.
+  // Shows the last `keptLines` lines. REQUIRES: the tap outlives this object.
   LogView(Common::Kit::LogTap& shownTap, std::size_t keptLines);
 
   void Draw();

@@ -14,9 +14,8 @@ namespace {
 using Common::Kit::SettingsReader;
 
 constexpr float LabelShare = 0.45F;     // of the panel's width
-constexpr double WideRange = 10'000.0;  // from which on a slider is too coarse for its low end
+constexpr double WideRange = 10'000.0;  // a linear slider is too coarse at its low end
 
-// What the reader gives for a wrong text is what the program works with, and so what is edited.
 bool IsSlidable(const SettingsReader::AskedSetting& setting) {
   constexpr double mostOfSlider = 1'000'000'000.0;
   return std::isfinite(setting.lowest) && std::isfinite(setting.highest) &&
@@ -53,6 +52,7 @@ void SettingsEditor::Draw() {
   }
 }
 
+// Edits what the reader returns, also for a wrong text: the program works with that.
 bool SettingsEditor::Edit(const Setting& setting) {
   switch (setting.kind) {
     case Setting::Kind::Int:

@@ -8,13 +8,12 @@
 
 namespace Panels {
 
-// An editor of the settings that a reader was asked for, with a widget for each kind: a slider for
-// a number, a switch, a list of choices, a line of text. A reader knows them all, so no second list
-// has to be kept in step.
+// An editor of all settings that a reader was asked for, with a widget for each kind: a slider for
+// a number, a switch, a list of choices, a line of text.
 class SettingsEditor {
  public:
-  // `act` is called with the key when its value has changed, at each step of a slider too, and
-  // `save` when the user has let go of it. REQUIRES: reader and store outlive this object.
+  // Calls `act` with the key when its value has changed, also at each step of a slider, and `save`
+  // when the user lets go. REQUIRES: reader and store outlive this object.
   SettingsEditor(Common::Kit::SettingsReader& shownReader, Common::Config::SConfigFile& editedStore,
                  std::function<void(const std::string& key)> act, std::function<void()> save);
 

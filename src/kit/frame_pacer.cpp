@@ -7,7 +7,7 @@
 namespace Common::Kit {
 namespace {
 
-// The longest time that the clock waits, and that a signed difference of two readings holds.
+// The clock's longest wait, and the longest signed difference of two readings.
 constexpr std::uint64_t LongestTime = std::numeric_limits<std::int64_t>::max();
 
 STimeProvider& CurrentClock() { return *Vorn::Service<STimeProvider>::Get(); }
@@ -29,8 +29,8 @@ struct FramePacer::State {
   std::uint64_t missed = 0;
 };
 
-// How much of the frame has passed. Begins the frame again if the clock was set back, or would not
-// wait for so long a frame.
+// How much of the frame has passed. Starts the frame again if the clock was set back or the
+// interval is longer than the clock waits.
 std::uint64_t FramePacer::State::SpentAt(std::uint64_t now) {
   const std::uint64_t spent = now - frameStart;
   const bool wasSetBack = spent > LongestTime;

@@ -32,8 +32,9 @@ GameTime Add(const GameTime& time, double microseconds) {
 
 }  // namespace
 
-// Times are computed from an anchor, which moves only when the rate changes and about once an hour.
-// So rounding does not add up, and a later reading never gives an earlier time.
+// Times are computed from an anchor, which moves only on a change of rate, at the end of a pause,
+// when the clock is set back, and about once an hour. So rounding does not add up, and a later
+// reading never gives an earlier time.
 struct GameClock::State {
   // The time of the game at a reading of the clock.
   struct Anchor {
@@ -60,7 +61,7 @@ void GameClock::State::TakeReading() {
   if (reading - anchor.reading > LongestStretch) GoOnFrom(reading);
 }
 
-// Anchors the present time of the game at this reading.
+// Moves the anchor to the present time of the game, at this reading.
 void GameClock::State::GoOnFrom(std::uint64_t reading) {
   anchor = {reading, Time()};
   lastReading = reading;

@@ -47,7 +47,7 @@ struct LogTap::State {
  private:
   struct Listener {
     std::function<void(const Line&)> callback;
-    std::uint64_t madeAfter;  // the last line that it does not hear
+    std::uint64_t madeAfter;  // the sequence of the last line that it does not hear
   };
   using Listeners = std::map<std::uint64_t, Listener>;
   using Lines = std::list<Line>;
@@ -63,9 +63,9 @@ struct LogTap::State {
   Counts dropped{};
   Counts passed{};  // changed under the lock alone
 
-  // Held while a line goes into the log and gets its sequence, so that both follow one order, and
-  // never while a listener runs. Recursive, so that a log call from inside the log behind, which a
-  // host must not make, reaches that log's own check.
+  // Held while a line goes into the log and gets its sequence, so that both have one order; not
+  // held while a listener runs. Recursive, so that a forbidden log call from inside the log behind
+  // reaches that log's own check.
   std::recursive_mutex mutex;
   std::uint64_t lastSequence = 0;
   std::vector<Line> kept;    // a ring
@@ -77,7 +77,7 @@ struct LogTap::State {
 
   std::thread::id caller;            // the thread that calls listeners, if one does
   std::uint64_t called = 0;          // the listener that runs, 0 if none does
-  Listeners::node_type endedInside;  // it, if it has ended itself
+  Listeners::node_type endedInside;  // that listener, if it has ended itself
   std::condition_variable_any callEnded;
 };
 
@@ -103,7 +103,7 @@ void LogTap::State::Add(LogKind kind, Operation operation, const std::string& te
   if (!unheard.empty() && !isAnyoneCalling) CallListeners(lock);
 }
 
-// A huge text is not reused, since each slot of the ring would come to hold that much memory.
+// A huge text is not reused, or in time each slot of the ring would hold that much memory.
 void LogTap::State::Keep(Line& line) noexcept {
   constexpr std::size_t LargestSpare = 1'000;
   if (kept.empty()) return;

@@ -24,7 +24,7 @@ constexpr double NoNumber = std::numeric_limits<double>::quiet_NaN();
 
 // ---- Numbers with a fraction.
 
-// Rounds to float if the value is in its range.
+// Values out of a float's range stay as they are.
 double RoundToFloat(double value) {
   const bool isWithinRange = std::fabs(value) <= std::numeric_limits<float>::max();
   return isWithinRange ? double{static_cast<float>(value)} : value;
@@ -34,7 +34,7 @@ bool IsFloat(double value) {
   return std::fabs(value) <= std::numeric_limits<float>::max() && RoundToFloat(value) == value;
 }
 
-// Whether all digits are written: of whole numbers, while each has a double of its own.
+// Whether all digits are written, as for whole numbers while every one of them is a double.
 bool IsPlainWhole(double value) {
   constexpr double FirstWithout = 9007199254740992.0;
   return std::fabs(value) < FirstWithout && std::trunc(value) == value;
@@ -127,8 +127,8 @@ struct SettingsReader::State {
     return askedByKey.emplace(key, Asked{askedByKey.size(), describe()}).first->second;
   }
 
-  // GetInt returns its default for a wrong text. A second call with another default tells that from
-  // a number that equals the first.
+  // GetInt returns its default for a wrong text. A second call with another default tells a wrong
+  // text from a number that equals the first default.
   std::optional<std::int32_t> FindInt(const std::string& key, std::int32_t fallback) {
     const std::int32_t value = store.GetInt(key, fallback);
     if (value != fallback) return value;

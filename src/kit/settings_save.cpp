@@ -174,7 +174,7 @@ bool FlushToDisk(const OpenFile& file) { return fsync(file.descriptor) == 0; }
 
 bool MoveOver(const fs::path& from, const fs::path& to) {
   if (std::rename(from.c_str(), to.c_str()) != 0) return false;
-  // Flushes the new name too. If that fails, the file is still whole.
+  // Flushes the new name. If that fails, the file is still whole.
   const OpenFile folder(to.has_parent_path() ? to.parent_path() : ".", O_RDONLY | O_DIRECTORY);
   if (folder.IsOpen()) FlushToDisk(folder);
   return true;
@@ -182,7 +182,7 @@ bool MoveOver(const fs::path& from, const fs::path& to) {
 
 #endif
 
-// Removes the file at the end of the scope, if it still has that name.
+// Removes the file at the end of the scope, unless it was renamed.
 class ScopedRemoval {
  public:
   explicit ScopedRemoval(const fs::path& path) : path(path) {}

@@ -46,7 +46,7 @@ SettingsWatcher::State::State(Config::SConfigFile& store, std::string path)
   knownEntries = Parse(knownText);
 }
 
-// None if there is no file to read. A store whose files are not on the disk, such as a stand-in, is
+// None if there is no file to read. A store whose files are not on disk, such as a stand-in, is
 // asked for its own.
 std::optional<std::string> SettingsWatcher::State::ReadText() {
   try {

@@ -33,7 +33,7 @@ struct Due {
   std::size_t slot = 0;
 };
 
-// Puts the earliest on top of a heap.
+// The earliest is on top of the heap.
 bool IsLater(const Due& left, const Due& right) {
   return left.time != right.time ? left.time > right.time : left.sequence > right.sequence;
 }
@@ -162,7 +162,7 @@ class Timers::State {
     return id.sequence != 0 && id.slot < slots.size() && slots[id.slot].sequence == id.sequence;
   }
 
-  // Heap and batch each get room for all that both hold: only making a timer may run out of memory.
+  // Heap and batch each get room for all timers, so only making a timer may run out of memory.
   void MakeRoomForOne() {
     const std::size_t held = heap.size() + batch.size() - served;
     if (heap.capacity() <= held) heap.reserve(2 * held + 1);

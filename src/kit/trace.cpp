@@ -58,7 +58,7 @@ class EventWriter {
   const char* separator = "\n";
 };
 
-// A running record before it is ended, to tell afterwards how long it ran.
+// A running record, to tell once it has ended how long it ran.
 struct Running {
   std::uint64_t Duration(const Records& records) const {
     return records[position].totalTime - timeBefore;
@@ -80,7 +80,7 @@ Running CurrentRecord(const AccumulatorHandle& handle) {
 }  // namespace
 
 // The names of one accumulator. A profiler may free its records and make them again in another
-// order, so those by position are checked at each use.
+// order, so names by position are checked at each use.
 struct Trace::Accumulator {
   explicit Accumulator(std::string ownName) : name(std::move(ownName)) {}
 
@@ -159,8 +159,8 @@ class Trace::State {
     }
   }
 
-  // By address, which is quick. By name if the records are new, or were allocated where freed
-  // records of another accumulator had been.
+  // Looks up by address, which is quick, then by name: records may be new, or be where freed
+  // records of another accumulator were.
   Accumulator& FindAccumulator(const Records& records) {
     const std::string& name = records.front().name;
     const auto known = byAddress.find(&records);

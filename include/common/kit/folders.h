@@ -1,6 +1,6 @@
 /// @file
-/// The folders that the services write into. They make none themselves, so a game that starts in
-/// an empty folder would lose its settings and its report.
+/// The folders that the services write into. The services make none themselves, so a game that
+/// starts in an empty folder would lose its settings and its report.
 ///
 /// ```cpp
 /// Common::Kit::PrepareFolders("saved/harbor");  // before any service is made
@@ -13,20 +13,19 @@
 
 namespace Common::Kit {
 
-/// Makes the folder `folder` where it is missing, with all that lead to it, and in it
-/// `content/config` for the settings and `content/ut_result` for the profiler's report. Then makes
-/// it the current folder of the process, by which the services find all their files. Folders that
-/// are there stay as they are. The log makes `old_logs` itself.
+/// Makes `folder` and all folders that lead to it, and in it `content/config` for the settings and
+/// `content/ut_result` for the profiler's report. Then makes it the current folder of the process,
+/// where the services look for their files. Existing folders stay as they are. The log makes
+/// `old_logs` itself.
 ///
-/// The name is UTF-8 on every system. A relative one counts from the current folder, so a second
+/// The name is UTF-8 on every system. A relative name counts from the current folder, so a second
 /// call with it makes a folder inside the first.
 ///
-/// Throws std::filesystem::filesystem_error, which names the folder and the reason, if one of them
-/// cannot be made or entered, and for a name that is empty or holds a NUL; and std::bad_alloc. The
-/// current folder is then unchanged; folders that were made stay.
+/// Throws std::filesystem::filesystem_error, which names the folder and the reason, if a folder
+/// cannot be made or entered, or if the name is empty or holds a NUL; and std::bad_alloc. The
+/// current folder is then unchanged, but folders that were made stay.
 ///
-/// REQUIRES: no other thread uses relative paths at the same time, since the process has one
-/// current folder.
+/// REQUIRES: no other thread uses relative paths meanwhile, since a process has one current folder.
 void PrepareFolders(const std::string& folder);
 
 }  // namespace Common::Kit

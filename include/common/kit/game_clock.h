@@ -1,7 +1,7 @@
 /// @file
-/// The time of the game, which can be paused and slowed down while the clock in the storage goes
-/// on. What belongs to the game counts by it: timers, cooldowns, animations. What belongs to the
-/// player, such as menus and frame pacing, counts by the clock.
+/// The time of the game, which can be paused and slowed down while the clock in the storage runs
+/// on. It is for what belongs to the game: timers, cooldowns, animations. What belongs to the
+/// player, such as menus and frame pacing, uses the clock.
 ///
 /// ```cpp
 /// Common::Kit::GameClock gameClock;
@@ -17,18 +17,18 @@
 
 namespace Common::Kit {
 
-/// Counts microseconds of the game from its making, where it reads 0, at rate 1 at first. It never
-/// runs backwards: it goes on from where it is when the rate changes and after a pause, and when
-/// the clock in the storage, which it asks for at each use, wraps, is set back or is replaced. A
-/// clock that is set forward moves it on.
+/// Counts microseconds of the game, at first from 0 and at rate 1. It never runs backwards on any
+/// thread: it goes on from where it is after a pause or a change of rate, and when the clock in the
+/// storage, looked up at each use, wraps, is set back or is replaced. A clock that is set forward
+/// moves it on.
 ///
-/// However often it is read, paused or given another rate, it loses no time to rounding: parts of a
-/// microsecond are kept. At the largest value, where extreme rates lead, it stays.
+/// Reading, pausing and changing the rate lose no time to rounding: parts of a microsecond are
+/// kept. At the largest value, which only extreme rates reach, it stops.
 ///
-/// Any thread. REQUIRES: from one use to the next less than 2^63 microseconds pass.
+/// Any thread. REQUIRES: less than 2^63 microseconds pass between two uses.
 class GameClock {
  public:
-  /// Starts at 0. Throws Vorn::MissingInstance without a clock, and std::bad_alloc.
+  /// Throws Vorn::MissingInstance without a clock, and std::bad_alloc.
   GameClock();
 
   ~GameClock();
@@ -36,27 +36,26 @@ class GameClock {
   GameClock(const GameClock&) = delete;
   GameClock& operator=(const GameClock&) = delete;
 
-  /// Reads the time of the game, rounded down; never less than before, on whichever thread. Costs a
-  /// lock and a reading of the clock. Throws Vorn::MissingInstance without a clock, unless it is
-  /// paused.
+  /// The time of the game, rounded down. Takes a lock and reads the clock. Throws
+  /// Vorn::MissingInstance without a clock, unless paused.
   std::uint64_t Now() const;
 
-  /// Stops the time. Does nothing if it stands still already. Throws Vorn::MissingInstance without
-  /// a clock, and has then changed nothing.
+  /// Stops the time, if it is not paused already. Throws Vorn::MissingInstance without a clock, and
+  /// has then changed nothing.
   void Pause();
 
-  /// Lets the time go on from where it is, however often it was paused. Does nothing if it is not
-  /// paused. Throws as Pause does.
+  /// Ends the pause, however often Pause was called. Does nothing if not paused. Throws as Pause
+  /// does.
   void Resume();
 
-  /// Whether the time stands still.
+  /// Whether the time is paused.
   bool IsPaused() const;
 
-  /// Makes the time run at `rate` times the clock's from now on: 0.5 is slow motion at half speed,
-  /// 2.0 is twice as fast. Does not end a pause.
+  /// Runs the time at `rate` times the clock's speed from now on: 0.5 is half speed, 2.0 is twice
+  /// as fast. Does not end a pause.
   ///
-  /// Throws std::invalid_argument for a rate that is not above 0 or not finite, and
-  /// Vorn::MissingInstance without a clock, unless it is paused. After either, nothing has changed.
+  /// Throws std::invalid_argument if the rate is not above 0 or not finite, and
+  /// Vorn::MissingInstance without a clock, unless paused. Nothing has changed then.
   void SetRate(double rate);
 
  private:

@@ -1,6 +1,6 @@
 /// @file
-/// Log lines with values in them. The text is checked against the values when it is compiled, and
-/// nothing is formatted for a kind of line that nobody wants.
+/// Log lines with values in them. The text is checked against the values at compile time, and
+/// nothing is formatted for a kind of line that the log does not want.
 ///
 /// ```cpp
 /// const std::string name = "Plover";
@@ -9,8 +9,8 @@
 /// ```
 ///
 /// Formats with std::format where the standard library has it. Elsewhere this header, and no other
-/// of the kit, asks the host for {fmt}, as a library that is linked: `fmt::fmt` in CMake. Compiled
-/// in as headers alone, it would keep a plugin loaded.
+/// of the kit, needs {fmt}, linked as a library (`fmt::fmt` in CMake): the header-only form would
+/// keep a plugin from being unloaded.
 #pragma once
 
 #include <common/message_log.h>
@@ -38,14 +38,13 @@ namespace Formatting = fmt;
 #endif
 }  // namespace Detail
 
-/// Logs an error whose text is `text` with `args` in it, in the form of std::format. A text that
-/// does not fit its values does not compile; one that is known at run time alone goes to
-/// `log.LogError` as it is.
+/// Logs an error: `text` with `args` in it, as std::format does. A text that does not fit its
+/// values does not compile. Pass a text that is only known at run time to `log.LogError`.
 ///
-/// If the log does not want errors, which it is asked first, the call does nothing: the line is not
-/// formatted and a tap does not count it.
+/// Does nothing if the log does not want errors: the line is not formatted, and a tap does not
+/// count it.
 ///
-/// Throws what the log's own operation throws, and what the formatting of a value does. Any thread.
+/// Throws what `log.LogError` and the formatting of a value throw. Any thread.
 template <class... Args>
 void LogError(Log::SMessageLog& log, Detail::Formatting::format_string<Args...> text,
               Args&&... args) {

@@ -1,7 +1,7 @@
 /// @file
-/// A log that stands before the real one and takes its place in the storage. Every line passes
-/// through it, so it can leave out what is not grave enough, count the lines by kind, keep the last
-/// ones for a console in the game, and tell listeners of each.
+/// A log that stands in front of the real one, in its place in the storage. Every line passes
+/// through it, so it can drop lines that are not grave enough, count lines by kind, keep the last
+/// ones for a console in the game, and call listeners.
 ///
 /// ```cpp
 /// using Log = Vorn::Service<Common::Log::SMessageLog>;
@@ -33,106 +33,97 @@
 
 namespace Common::Kit {
 
-/// Owns the log behind it and passes every operation on. Each line that passes gets a number, its
-/// sequence. It counts from 1 in the order in which the lines stand in the file, whatever threads
-/// they come from.
+/// Owns the log behind it and passes every operation on. Each line that passes gets a sequence
+/// number, counted from 1 in the order of the file, whatever thread it comes from.
 ///
-/// Of the operations that it passes on, each serves the threads that it serves in the log behind,
-/// and requires what it requires there. Its own operations serve any thread.
+/// The operations of SMessageLog serve the threads, and require what is required, as in the log
+/// behind. The tap's own operations serve any thread.
 class LogTap : public Log::SMessageLog {
  public:
   /// A line that has passed.
   struct Line {
-    Log::LogKind kind = Log::LogKind::Message;  ///< the operation that it was given to
+    Log::LogKind kind = Log::LogKind::Message;  ///< by the operation that logged it
     std::uint64_t sequence = 0;                 ///< counts from 1, in the order of the file
-    std::string text;                           ///< as it was given, without prefix and stamp
+    std::string text;                           ///< without prefix and stamp
   };
 
-  /// Puts itself before `log` and keeps the last `keep` lines in memory, or none. The lines that
-  /// `log` has already, such as its header, do not count.
+  /// Stands in front of `log` and keeps the last `keep` lines in memory; 0 keeps none. The lines
+  /// that `log` already has, such as its header, do not count.
   ///
-  /// Throws std::invalid_argument if there is no log, and std::bad_alloc or std::length_error if
-  /// there is no memory for so many lines. Room for their texts is taken as they come.
+  /// Throws std::invalid_argument if `log` is null, and std::bad_alloc or std::length_error if
+  /// there is no memory for so many lines. Memory for their texts is taken as they come.
   explicit LogTap(std::unique_ptr<Log::SMessageLog> log, std::size_t keep = 1'000);
 
-  /// Ends the log behind it. What Listen has returned may live on, on any thread.
+  /// Ends the log behind it. What Listen has returned may outlive the tap, on any thread.
   ///
-  /// REQUIRES: as the end of any log, no log call at the same time or later.
+  /// REQUIRES: no log call at the same time or later, as for any log.
   ~LogTap() override;
 
   LogTap(const LogTap&) = delete;
   LogTap& operator=(const LogTap&) = delete;
 
-  /// Passes an error on, numbers and keeps it, and calls the listeners. An error always passes.
+  /// Passes an error on, keeps it and calls the listeners. Errors always pass.
   ///
   /// Throws what the log behind throws, and std::bad_alloc; the line is then neither passed on nor
-  /// counted. Nothing that a listener throws gets here. Any thread. Takes the time of the listeners
-  /// too: see Listen.
+  /// counted. Any thread. May take the time of the listeners too: see Listen.
   void LogError(const std::string& text) override;
 
-  /// As LogError, for a warning. One that does not pass is counted, and nothing else.
+  /// As LogError, for a warning. One that does not pass is only counted.
   void LogWarning(const std::string& text) override;
 
-  /// As LogError, for a message. One that does not pass is counted, and nothing else.
+  /// As LogError, for a message. One that does not pass is only counted.
   void LogMessage(const std::string& text) override;
 
-  /// Passed on.
   void SetLogFile(const std::string& fileName) override;
-
-  /// Passed on.
   void SetLiveOutput(bool on) override;
 
   /// Passed on. Side lines are not counted and reach no listener.
   void AddSideLine(const std::string& text) override;
 
-  /// Passed on.
   void ClearSideLines() override;
-
-  /// Passed on.
   std::vector<std::string> SideLines() override;
 
   /// Passed on, and takes no lock of the tap's own.
   bool Flush() override;
 
-  /// Passed on.
   bool SetGuardFile(const std::string& fileName) override;
 
-  /// Whether lines of this kind pass here, and whether the log behind wants them.
+  /// Whether the tap lets lines of this kind pass and the log behind wants them.
   bool Wants(Log::LogKind kind) override;
 
-  /// Lets pass what is as grave as `lowest` or graver, from the next line on: Message lets all
-  /// through, as at first, and Error lets errors through alone. Throws nothing.
+  /// From the next line on, lets only lines pass that are at least as grave as `lowest`: Message
+  /// lets all pass, as at first, and Error only errors. Throws nothing.
   void SetLowest(Log::LogKind lowest);
 
-  /// How many lines of this kind came, those that did not pass included. The calls of
-  /// `log_format.h` ask Wants first, so of theirs only lines that pass come here. Throws nothing.
+  /// How many lines of this kind came, including those that did not pass. The functions of
+  /// `log_format.h` ask Wants first, so of theirs only those that pass count. Throws nothing.
   std::uint64_t Count(Log::LogKind kind) const;
 
-  /// The kept lines whose sequence is above `after`, oldest first. Costs a copy of those alone, so
-  /// it may be called each frame. If lines have come faster than they were asked for, the first
-  /// sequence tells the gap.
+  /// The kept lines whose sequence is above `after`, oldest first. Copies only those, so it may be
+  /// called each frame. A gap before the first one shows that lines came faster than they were
+  /// asked for.
   ///
-  /// Throws std::bad_alloc. Waits while a line is on its way into the log, and so for a write to
-  /// the disk at times.
+  /// Throws std::bad_alloc. Waits while a line goes into the log, which sometimes means a write to
+  /// the disk.
   std::vector<Line> LastLines(std::uint64_t after = 0) const;
 
   /// Calls `listener` with each line that passes from now on, until the last reference to the
-  /// result is dropped. Several listeners are called in the order in which they were made.
+  /// result is dropped. Several listeners are called in the order in which they were added.
   ///
-  /// A listener is called inside a log call, never at the same time as another one, and in the
-  /// order of the sequence. As a rule that is the call which brought the line. While a thread calls
-  /// listeners, other threads leave their lines to it and go on; so if lines come faster than the
-  /// listeners are, its log call lasts until they pause. What a listener throws is dropped.
+  /// A listener is called inside a log call, usually the one that brought the line, one line at a
+  /// time in the order of the sequence. While one thread is calling listeners, other threads leave
+  /// their lines to it and go on; so if lines come faster than listeners take them, its log call
+  /// lasts until there is a pause. What a listener throws is dropped.
   ///
-  /// A listener may log: the line goes into the log and among the last lines, and to no listener.
-  /// It may use every operation of the tap, make listeners, and end any of them, itself included.
-  /// It must not wait for something that the thread which logs may hold, such as a lock under which
-  /// anybody logs. `pthread_cancel` waits until it has returned.
+  /// A listener may log: the line is logged and kept, but goes to no listener. It may use every
+  /// operation of the tap, add listeners, and end any of them, itself included. It must not wait
+  /// for anything that a logging thread may hold, such as a lock under which anybody logs.
+  /// `pthread_cancel` takes effect only after it has returned.
   ///
-  /// The end of a listener, which is the drop of the last reference, waits for a call of it on
-  /// another thread, so it must not come under a lock that the listener takes. The callable is gone
-  /// when it returns; a listener that ends itself goes once it has returned. References may be
-  /// dropped on any thread, also after the tap has ended.
+  /// Dropping the last reference ends the listener and destroys its callable. If another thread is
+  /// calling it, the drop waits, so it must not be made under a lock that the listener takes. A
+  /// listener that ends itself is destroyed once it has returned. References may be dropped on any
+  /// thread, even after the tap has ended.
   ///
   /// Throws std::bad_alloc, and has then changed nothing.
   [[nodiscard]] Vorn::IntrudablePtr<Vorn::IScoped> Listen(

@@ -1,7 +1,7 @@
 /// @file
-/// Work from other threads into the tick. The frame utility, and most of a game with it, is for one
-/// thread. A thread that loads or computes posts what is to be done with its result, and the next
-/// tick does it.
+/// Brings work from other threads into the tick. The frame utility, and most of a game with it, is
+/// for one thread. A thread that loads or computes posts what is to be done with its result, and
+/// the next tick does it.
 ///
 /// ```cpp
 /// Common::Kit::PostedCalls posted(*frames);
@@ -21,27 +21,26 @@
 
 namespace Common::Kit {
 
-/// A queue from any thread into one reactor of interval 0. Each call runs once, in the order of
-/// posting: a tick runs those that wait when it reaches the reactor. A call that is posted inside
-/// one of them, or by the destructor of its callable, runs in the next tick; one that is posted in
-/// the callback of another reactor may run in the same.
+/// A queue that any thread fills and one reactor of interval 0 runs. Each call runs once, in the
+/// order of posting: a tick runs those that wait when it reaches the reactor. A call posted by one
+/// of them, or by the destructor of its callable, runs in the next tick; one posted by the callback
+/// of another reactor may run in the same tick.
 ///
-/// An exception leaves Tick. The call that threw is spent; those behind it run in the next tick, in
-/// their order. An empty function throws std::bad_function_call in the same way.
+/// An exception leaves Tick. The call that threw is gone; those behind it run in the next tick, in
+/// order. An empty function throws std::bad_function_call in the same way.
 ///
-/// No callable is called or destroyed under the lock. One that has run is destroyed right after it,
-/// on the thread that ticks.
+/// No callable is called or destroyed under the lock. It is destroyed right after it has run, on
+/// the thread that ticks.
 class PostedCalls {
  public:
-  /// Makes the reactor that runs the calls. Throws what SFrameUtility::CreateReactor does.
-  ///
-  /// For the thread that ticks. REQUIRES: `frames` outlives this object.
+  /// Makes the reactor that runs the calls. Throws what SFrameUtility::CreateReactor does. For the
+  /// thread that ticks. REQUIRES: `frames` outlives this object.
   explicit PostedCalls(SFrameUtility& frames);
 
-  /// Drops the calls that wait, unrun, those that their destructors post included.
+  /// Drops the waiting calls without running them, and those that their destructors post.
   ///
-  /// For the thread that ticks. REQUIRES: no other thread is using this object, and no call of its
-  /// own is running.
+  /// For the thread that ticks. REQUIRES: no other thread is using this object, and none of its
+  /// calls is running.
   ~PostedCalls();
 
   PostedCalls(const PostedCalls&) = delete;

@@ -1,8 +1,8 @@
 /// @file
-/// Settings with a type and a range, on top of the store, which knows text alone. A value that
-/// makes no sense counts as the fallback, stays in the store for the user to fix, and gets a
-/// warning in the log. The reader remembers what was asked, so it can tell which keys of a file
-/// nobody knows, and what an options menu has to offer.
+/// Settings with a type and a range, on top of the store, which knows only text. A wrong value
+/// counts as the fallback and gets a warning in the log, but stays in the store for the user to
+/// fix. The reader remembers what was asked for, so it can tell which keys of a file nobody knows,
+/// and what an options menu has to offer.
 ///
 /// ```cpp
 /// Common::Kit::SettingsReader reader(*settings, *log);
@@ -24,21 +24,19 @@
 
 namespace Common::Kit {
 
-/// Reads settings of a store and warns of wrong ones.
-///
-/// Each reading operation adds a missing key to the store with the fallback's text, as the store's
-/// own reads do. A wrong value gets one warning, however often it is read:
+/// Reads settings of a store. A missing key is added to the store with the fallback's text, as the
+/// store's own reads do. A wrong value gets one warning, however often it is read:
 ///
 ///     Setting 'window/width' is 'wide', not a whole number from 320 to 7680; using 1280.
 ///
-/// A value that equals the fallback is never wrong, so a fallback may lie outside the range or
-/// the set, for instance -1 for "not set". All operations throw what the store and the log do. For
+/// A value that equals the fallback is never wrong, so a fallback may lie outside the range or the
+/// set, for instance -1 for "not set". All operations throw what the store and the log throw. For
 /// one thread at a time.
 class SettingsReader {
  public:
-  /// One setting that was asked for, in the form of the first question.
+  /// A setting that was asked for, as it was the first time.
   struct AskedSetting {
-    /// The operation that it was asked by.
+    /// The operation that read it.
     enum class Kind {
       Text,    ///< ReadText
       Int,     ///< ReadInt
@@ -47,7 +45,7 @@ class SettingsReader {
       Choice,  ///< ReadChoice
     };
 
-    std::string key;                        ///< in the store
+    std::string key;                        ///< its name in the store
     Kind kind = Kind::Text;                 ///< how it is read
     std::string fallback;                   ///< as a text that the store may hold
     double lowest = 0.0;                    ///< of a number
@@ -63,12 +61,12 @@ class SettingsReader {
   SettingsReader(const SettingsReader&) = delete;
   SettingsReader& operator=(const SettingsReader&) = delete;
 
-  /// The value of `key` as it is, also when it is empty. No text is wrong.
+  /// The value of `key` as it is. No text is wrong, not even an empty one.
   std::string ReadText(const std::string& key, const std::string& fallback);
 
-  /// The value of `key` as a whole number from `lowest` to `highest`, both included. What a number
-  /// is, the store's GetInt decides: decimal digits behind an optional sign, and the grouping of
-  /// the global locale.
+  /// The value of `key` as a whole number from `lowest` to `highest`, both included. It is read by
+  /// the store's GetInt: decimal digits behind an optional sign, with the grouping of the global
+  /// locale.
   std::int32_t ReadInt(const std::string& key, std::int32_t fallback, std::int32_t lowest,
                        std::int32_t highest);
 
@@ -77,10 +75,10 @@ class SettingsReader {
   /// numbers, infinities, "nan" and numbers too large for a double are wrong. A bound may be
   /// infinite.
   ///
-  /// A missing key is added in the fewest digits that read back as the same double, or as the same
-  /// float where the fallback is one: 0.8f as 0.8. Where it is, fractions are also compared as
-  /// floats, so that 0.1 does not lie below a bound of 0.1f, and the fallback's own text reads as
-  /// the fallback. Whole numbers below 2^53 are written and compared digit by digit.
+  /// A missing key is added in the fewest digits that read back as the same double. If the fallback
+  /// is exactly a float, float precision is enough: 0.8f is written as 0.8, which reads back as
+  /// 0.8f. Fractions are then also compared as floats, so 0.1 is not below a bound of 0.1f. Whole
+  /// numbers below 2^53 are always written and compared in full.
   ///
   /// REQUIRES: `fallback` is finite.
   double ReadFloat(const std::string& key, double fallback, double lowest, double highest);
@@ -89,24 +87,22 @@ class SettingsReader {
   /// in small or capital letters. A missing key is added as "on" or "off".
   bool ReadSwitch(const std::string& key, bool fallback);
 
-  /// The value of `key` as one of the words in `choices`, byte for byte.
+  /// The value of `key` as one of `choices`, compared byte for byte.
   std::string ReadChoice(const std::string& key, const std::string& fallback,
                          const std::vector<std::string>& choices);
 
-  /// Sets `key` to the digits in which ReadFloat would add `value`. REQUIRES: `value` is finite.
+  /// Sets `key` to `value`, written as ReadFloat would add it. REQUIRES: `value` is finite.
   void WriteFloat(const std::string& key, double value);
 
   /// Sets `key` to "on" or "off".
   void WriteSwitch(const std::string& key, bool value);
 
-  /// The keys of `entries` that no operation of this reader has read, in the byte order of the
-  /// keys. Ask for all settings first. The entries may be those of the store, which also hold what
-  /// other code has added, or those of one file by SConfigFile::ReadFile, which reports its bad
-  /// lines again.
+  /// The keys of `entries` that this reader has not read, in byte order. Read all settings first.
+  /// The entries may be those of the store, which also hold what other code has added, or those of
+  /// one file by SConfigFile::ReadFile, which reports its bad lines again.
   std::vector<std::string> UnaskedKeys(const Config::ConfigEntries& entries) const;
 
-  /// What was read so far, in the order in which it was first asked for. Enough for an options menu
-  /// that has no list of its own.
+  /// All settings read so far, in the order in which each was first asked for.
   std::vector<AskedSetting> AskedSettings() const;
 
  private:

@@ -1,6 +1,6 @@
 /// @file
-/// Settings that the user edits while the game runs. A watcher looks at the file, takes over what
-/// was edited, and says what has changed, so that it can act at once. The next save keeps it.
+/// Settings that the user edits while the game runs. A watcher looks at the file, puts edits into
+/// the store, and returns them, so that the game can act at once. The next save keeps them.
 ///
 /// ```cpp
 /// Common::Kit::SettingsWatcher watcher(*settings, "content/config/config.txt");
@@ -20,20 +20,19 @@
 
 namespace Common::Kit {
 
-/// Watches one settings file for a store, which need not be the file that the store saves.
-///
-/// For the thread that uses the store.
+/// Watches one settings file for a store, which may save another one. For the thread that uses the
+/// store.
 class SettingsWatcher {
  public:
-  /// What was edited. Texts are those of the store, so `before` is what was in force.
+  /// One setting that was edited.
   struct Change {
     std::string key;     ///< the setting
-    std::string before;  ///< empty for one that the store did not have
-    std::string after;   ///< empty also where the line was deleted
+    std::string before;  ///< what the store held; empty if it had no such setting
+    std::string after;   ///< what the file holds; empty also if the line was deleted
   };
 
-  /// Takes the present content of the file at `path`, which is UTF-8, as known. The file need not
-  /// exist. Its bad lines are reported to the log once more.
+  /// Reads the file at `path`, which is UTF-8 and need not exist: only later changes count as
+  /// edits. Its bad lines are reported to the log again.
   ///
   /// Throws Vorn::MissingInstance for a bad line without a log, and std::bad_alloc. REQUIRES:
   /// `store` outlives this object.
@@ -45,27 +44,27 @@ class SettingsWatcher {
   SettingsWatcher& operator=(const SettingsWatcher&) = delete;
 
   /// Looks at the file. If its content is new and was the same at the last look, so that no editor
-  /// is in the middle of writing it, what was edited goes into the store. Returns it, in the order
-  /// of the keys. So an edit takes two looks; half a second between them suits a person.
+  /// is still writing it, puts the edits into the store. Returns them in the order of the keys. So
+  /// an edit takes two looks; half a second between them suits a person.
   ///
   /// - A line counts as edited if it differs both from what the file held and from the store, so
   ///   the program's own saves are no edits.
-  /// - Of an edit and a change by the program to the same setting the newer one counts: the edit,
-  ///   unless the program has changed the setting since a look saw the edit.
-  /// - A line that was deleted is reported and stays in the store.
-  /// - What a look has seen survives a save that comes before the next look. What was edited and
-  ///   saved over between two looks is lost, since `Save` merges nothing: look before you save.
+  /// - If the program has changed the same setting, the newer change wins: the edit, unless the
+  ///   program made its change after a look had seen the edit.
+  /// - A deleted line is reported, but the setting stays in the store.
+  /// - An edit that a look has seen survives a save before the next look. One that is saved over
+  ///   between two looks is lost, since `Save` merges nothing: look before you save.
   /// - A file that is missing or cannot be read changes nothing and interrupts no edit: some
   ///   editors move the file away for a moment.
   ///
-  /// One case looks like an edit and is none: the program saves a setting and changes it again
-  /// before the next look, without a save. To be safe, look after each save too.
+  /// One case is taken for an edit and is none: the program saves a setting and changes it again
+  /// before the next look, without a save. To avoid it, look after each save too.
   ///
-  /// A look reads the whole file, since its time and size do not tell every edit. That takes about
+  /// A look reads the whole file, since its time and size do not show every edit. That takes about
   /// 5 us for 100 settings. Only new content is parsed, and its bad lines are reported.
   ///
-  /// Throws Vorn::MissingInstance for a bad line without a log, and std::bad_alloc. Settings that
-  /// were taken over before it threw stay so, and are not reported again.
+  /// Throws Vorn::MissingInstance for a bad line without a log, and std::bad_alloc. Edits that were
+  /// in the store by then stay there, and are not reported again.
   std::vector<Change> Poll();
 
  private:

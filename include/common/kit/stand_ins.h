@@ -1,6 +1,6 @@
 /// @file
-/// Stand-ins for the clock, the log and the settings, for the tests of a host. Each can stand in
-/// the storage in place of the service, where the code under test finds it and needs no change.
+/// Stand-ins for the clock, the log and the settings, for a host's tests. Each can take the place
+/// of the service in the storage, where the code under test finds it and needs no change.
 ///
 /// ```cpp
 /// Common::Kit::Stored<Common::Kit::StandInClock> clock;
@@ -26,8 +26,8 @@
 namespace Common::Kit {
 
 /// A clock that stands still until the test moves it. Waits, fillers and signals follow its time,
-/// whether it stands in the storage or not: a wait takes no real time and moves `now`. For one
-/// thread. REQUIRES: its fillers end, and its signals are read for the last time, before it does.
+/// in the storage or not: a wait takes no real time and moves `now`. For one thread. REQUIRES: its
+/// fillers end before it does, and its signals are not read later.
 struct StandInClock : STimeProvider {
   /// The service that it stands in for.
   using Service = STimeProvider;
@@ -35,31 +35,30 @@ struct StandInClock : STimeProvider {
   /// Makes `rawMicroseconds` the zero. The raw scale starts where this clock started.
   void SetOrigin(std::uint64_t rawMicroseconds) override;
 
-  /// The time; counts a reading and moves the clock on by `step` after the answer.
+  /// Returns the time, then moves the clock on by `step`. Counts a reading.
   std::uint64_t Now() override;
 
-  /// Moves the clock on, unless `microseconds` are 2^63 or more, which the service takes for
-  /// passed. Counts no reading.
+  /// Moves the clock on, unless `microseconds` is 2^63 or more, which counts as passed.
   void Wait(std::uint64_t microseconds) override;
 
-  /// A scope at whose end the clock has moved on by at least `microseconds`. Counts no reading.
+  /// A scope that at its end has moved the clock on by at least `microseconds`.
   Vorn::IntrudablePtr<Vorn::IScoped> MakeTimeFiller(std::uint64_t microseconds) override;
 
   /// Prints what the service prints, for fillers of this clock, and takes no real time.
   void RunTimingCheck() override;
 
-  /// A signal of this clock, with the service's formulas. Each value but that of no kind counts a
-  /// reading.
+  /// A signal of this clock, with the service's formulas. Each value counts a reading, unless
+  /// PeriodicKind does not name the signal's kind.
   Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period,
                                               float duty) override;
 
   std::uint64_t now = 0;     ///< what Now answers next; set it at will
-  std::uint64_t step = 0;    ///< by how much each reading moves the clock
+  std::uint64_t step = 0;    ///< how far each reading moves the clock
   int readings = 0;          ///< how often Now was called
   std::uint64_t origin = 0;  ///< the zero on the raw scale, which SetOrigin moves
 };
 
-/// A log that keeps every line, with its kind and without a stamp. Writes no file and copies
+/// A log that keeps every line, with its kind and without a stamp. It writes no file and copies
 /// nothing to the console. For one thread.
 struct StandInLog : Log::SMessageLog {
   /// The service that it stands in for.
@@ -77,34 +76,19 @@ struct StandInLog : Log::SMessageLog {
     std::string text;  ///< what it was given
   };
 
-  /// Keeps an error.
   void LogError(const std::string& text) override;
-
-  /// Keeps a warning.
   void LogWarning(const std::string& text) override;
-
-  /// Keeps a message.
   void LogMessage(const std::string& text) override;
-
-  /// Keeps the name and opens nothing.
   void SetLogFile(const std::string& fileName) override;
-
-  /// Keeps `on` and prints nothing.
   void SetLiveOutput(bool on) override;
-
-  /// Keeps a side line.
   void AddSideLine(const std::string& text) override;
-
-  /// Drops the side lines.
   void ClearSideLines() override;
-
-  /// A copy of the side lines, each ended by a line feed.
   std::vector<std::string> SideLines() override;
 
-  /// Counts the call. Nothing ever waits here, so the answer is true.
+  /// Counts the call and returns true, since nothing ever waits here.
   bool Flush() override;
 
-  /// Whether `kind` is no lower than `lowest`. Lines are kept in any case.
+  /// Whether `kind` is no lower than `lowest`. Lines are kept either way.
   bool Wants(Kind kind) override;
 
   /// The texts of one kind, oldest first.
@@ -118,16 +102,14 @@ struct StandInLog : Log::SMessageLog {
   Kind lowest = Kind::Message;         ///< the lowest kind that Wants answers true for
 };
 
-/// A settings store whose files lie in memory, in `files`. Its operations do with them what those
-/// of the service do with files on disk, by the service's own grammar and numbers. Problems are
-/// reported as the service reports them, to the log in the storage; without a log they are thrown
-/// as Vorn::MissingInstance.
+/// A settings store whose files are texts in memory, in `files`. It reads and writes them as the
+/// service does files on disk. Problems go to the log in the storage, as the service's do; without
+/// a log they are thrown as Vorn::MissingInstance.
 ///
-/// What it does not do: it loads nothing when it is made and saves nothing when it ends; every file
-/// can be read and written; paths are compared byte for byte. For one thread.
+/// Unlike the service, it loads nothing when it is made and saves nothing when it ends, every file
+/// can be read and written, and paths are compared byte for byte. For one thread.
 struct StandInSettings : Config::SConfigFile {
-  /// The service that it stands in for. No library looks for it in the storage, but a host's code
-  /// may.
+  /// The service that it stands in for. Only a host's own code looks for it in the storage.
   using Service = Config::SConfigFile;
 
   Config::ConfigEntries ParseContent(const std::string& content, const std::string& name) override;
@@ -156,11 +138,11 @@ struct StandInSettings : Config::SConfigFile {
 template <class T>
 class Stored {
  public:
-  /// The way to the service that the stand-in stands for.
+  /// The service's place in the storage.
   using Access = Vorn::Service<typename T::Service>;
 
-  /// Makes a stand-in and enters it. Throws Vorn::MissingInstance if the storage holds such a
-  /// service already.
+  /// Makes a stand-in and puts it into the storage. Throws Vorn::MissingInstance if the storage
+  /// already holds such a service.
   [[nodiscard]] Stored() : Stored(std::make_unique<T>()) {}
 
   Stored(const Stored&) = delete;

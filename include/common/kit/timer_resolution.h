@@ -1,6 +1,6 @@
 /// @file
-/// A finer system timer on Windows. There a sleep of 1 ms takes up to 16 ms, and the clock, which
-/// learns that when it is made, then spins through the last 30 ms of each wait. Make one of these
+/// A finer system timer on Windows, where a sleep of 1 ms takes up to 16 ms. The clock measures
+/// that when it is made, and then spins through the last 30 ms of each wait. Make one of these
 /// before the clock and keep it while the clock waits: sleeps become short, and waits sleep again.
 ///
 /// ```cpp
@@ -12,14 +12,14 @@
 
 namespace Common::Kit {
 
-/// Asks Windows for a timer of 1 ms from its making to its end; does nothing on other systems.
+/// Asks Windows for a timer of 1 ms for as long as it lives; does nothing on other systems.
 ///
-/// What it costs: the processor wakes up 1,000 times a second instead of 64 times, which shows in
-/// the battery life of a laptop. Since Windows 10 version 2004 that holds for the sleeps of this
-/// process alone, before that for the whole machine. Drop it while the game is paused or in the
-/// background. Windows 11 may ignore the wish while all windows of the process are hidden.
+/// The processor then wakes up 1,000 times a second instead of 64, which shortens the battery life
+/// of a laptop. Since Windows 10 version 2004 that affects only the sleeps of this process, before
+/// that the whole machine. Drop it while the game is paused or in the background. Windows 11 may
+/// ignore it while all windows of the process are hidden.
 ///
-/// Needs no library at link time: it takes the system's `winmm.dll` while it lives. Without that
+/// Needs no library at link time: it loads the system's `winmm.dll` while it lives. Without that
 /// file the timer stays as it was. Several may live at once. Throws nothing. Any thread.
 class [[maybe_unused]] ScopedTimerResolution {
  public:

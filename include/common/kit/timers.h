@@ -1,5 +1,5 @@
 /// @file
-/// Independent timers: each runs in the first tick that finds its time passed, and none holds back
+/// Independent timers: each runs in the first tick that finds its time passed, and none holds up
 /// another. The delayed calls of the frame utility, in contrast, are a queue and run strictly in
 /// the order of scheduling.
 ///
@@ -27,25 +27,24 @@ class GameClock;
 /// One-shot and repeating timers on one reactor of interval 0, timed by the clock in the storage or
 /// by a game clock.
 ///
-/// A tick first settles which timers it runs: those whose time has passed by one reading of the
-/// clock, in the order of their due times, equal ones in the order of their making. Where nothing
-/// waits it reads no clock. To make or to cancel one of n timers takes a time that grows as the
-/// logarithm of n, on average.
+/// A tick reads the clock once, or not at all if no timer waits. It runs the timers whose time has
+/// passed by then, in the order of their due times, equal ones in the order of their making. Making
+/// or cancelling one of n timers takes O(log n) on average.
 ///
 /// A callback may make timers, which run in the next tick at the earliest, and cancel any timer,
-/// its own included; so may the destructor of a callable. A callable that runs lives until it has
-/// returned. A timer that is made in the callback of another reactor may run in the same tick.
+/// its own included; so may the destructor of a callable. A running callable lives until it has
+/// returned. A timer made in the callback of another reactor may run in the same tick.
 ///
-/// An exception leaves Tick. A one-shot timer that threw is spent, a repeating one goes on; the
-/// others that were due run in the next tick, in their order. An empty function throws
+/// An exception leaves Tick. A one-shot timer that threw is gone, a repeating one goes on; the
+/// others that were due run in the next tick, in order. An empty function throws
 /// std::bad_function_call in the same way.
 ///
-/// For the thread that ticks. REQUIRES: it ends before the frame utility does, and not inside one
-/// of its own callbacks; the clock's SetOrigin is not called while a timer waits.
+/// For the thread that ticks. REQUIRES: it does not end inside one of its own callbacks, and the
+/// clock's SetOrigin is not called while a timer waits.
 class Timers {
  public:
-  /// The name of one timer. No other timer of the same Timers ever gets it, and it means nothing to
-  /// another Timers.
+  /// Names one timer. No other timer of the same Timers ever gets the same id, and it means nothing
+  /// to another Timers.
   struct Id {
     /// Whether both name the same timer, or none.
     bool operator==(const Id&) const = default;
@@ -61,11 +60,11 @@ class Timers {
   /// REQUIRES: `frames` outlives this object.
   explicit Timers(SFrameUtility& frames);
 
-  /// The same, timed by `clock`: these timers stand still while it is paused, and follow its rate.
-  /// REQUIRES: `frames` and `clock` outlive this object.
+  /// The same, timed by `clock`: the timers stop while it is paused, and follow its rate. REQUIRES:
+  /// `frames` and `clock` outlive this object.
   Timers(SFrameUtility& frames, const GameClock& clock);
 
-  /// Drops all timers that wait, unrun. REQUIRES: not called inside a callback of a timer.
+  /// Drops all waiting timers without running them.
   ~Timers();
 
   Timers(const Timers&) = delete;
@@ -74,32 +73,33 @@ class Timers {
   /// Runs `callback` once, in the first tick that finds `delay` microseconds passed since this
   /// call; 0 means the next tick. A delay may be as long as 2^63.
   ///
-  /// Returns the timer's name for Cancel. Throws Vorn::MissingInstance without a clock, and
-  /// std::bad_alloc; after either, nothing has changed.
+  /// Returns the timer's id. Throws Vorn::MissingInstance without a clock, and std::bad_alloc;
+  /// nothing has changed then.
   Id After(std::uint64_t delay, std::function<void()> callback);
 
-  /// Runs `callback` each time that `interval` microseconds have passed, counted from this call
-  /// on, until it is cancelled. An interval of 0 runs it in every tick, from the next on.
+  /// Runs `callback` every `interval` microseconds, counted from this call, until it is cancelled.
+  /// An interval of 0 runs it in every tick, from the next on.
   ///
   /// The timer keeps its phase: a late tick does not move the times behind it. It never runs twice
   /// a tick to catch up: times that have passed together count as one.
   ///
-  /// Returns the timer's name for Cancel. Throws as After does.
+  /// Returns and throws as After does.
   Id Every(std::uint64_t interval, std::function<void()> callback);
 
-  /// Makes sure that the timer does not run again, and destroys its callable before it returns. A
-  /// callable that is running is destroyed once it has returned.
+  /// Keeps the timer from running again, and destroys its callable before it returns. A callable
+  /// that is running is destroyed once it has returned.
   ///
-  /// Returns whether the timer was still waiting. A one-shot timer that runs is not; a repeating
-  /// one that runs waits for its next time. False for the name of a timer that is spent or
-  /// cancelled, and for a default-made one. Throws nothing.
+  /// Returns whether the timer was waiting. A running one-shot timer was not; a running repeating
+  /// one was, for its next time. False also for a timer that is gone or cancelled, and for a
+  /// default-made id. Throws nothing.
   bool Cancel(Id id);
 
   /// How many timers wait for their time, or for their turn in this tick.
   std::size_t Waiting() const;
 
-  /// When the first of those that wait is due, on the clock that times them; a time that has passed
-  /// if it waits for its turn in this tick or for the next. None if nothing waits. Reads no clock.
+  /// When the first waiting timer is due, on the clock that times it; that time may have passed if
+  /// the timer waits for its turn in this tick or for the next. None if no timer waits. Reads no
+  /// clock.
   std::optional<std::uint64_t> NextDue() const;
 
  private:

@@ -1,7 +1,7 @@
 /// @file
 /// The last measurements one by one, beside the sums of the profiler: a sum tells that frames take
-/// 12 ms on average, a trace shows the one that took 40 and what it spent them on. Open the file
-/// that it writes in Perfetto's viewer or in chrome://tracing.
+/// 12 ms on average, a trace shows the one that took 40 and what it spent them on. Perfetto's
+/// viewer and chrome://tracing open the file that it writes.
 ///
 /// ```cpp
 /// Common::Kit::Trace trace(10'000, "main");
@@ -32,25 +32,24 @@ namespace Common::Kit {
 
 class TracedMeasurement;
 
-/// A ring of the measurements that ended last, for one thread; each thread has its own, as it has
-/// its own profiler. TracedMeasurement fills it.
+/// A ring of the measurements that ended last, filled by TracedMeasurement. Each thread has its
+/// own, as it has its own profiler.
 ///
 /// It keeps each phase, which is the time of one record, and behind the last phase the whole, which
-/// is the time from the start of the first to the end of the last. A phase is named after
+/// is the time from the start of the first phase to the end of the last. A phase is named after
 /// accumulator and record, as `frame/simulation`, a whole after its accumulator alone.
 ///
-/// All memory for the measurements is taken at the start, 24 bytes each. A name takes memory when
-/// its record is first measured, as the record itself does; nothing else allocates while measuring.
-/// Where there is no memory for a name, the ring goes without that measurement.
+/// All memory for measurements is taken at the start, 24 bytes each. A name takes memory when its
+/// record is first measured; nothing else allocates while measuring. If there is no memory for a
+/// name, its measurement is left out.
 ///
 /// For one thread at a time. REQUIRES: it outlives its measurements.
 class Trace {
  public:
-  /// What the ring holds of one name, in microseconds. Median and percentile are the values that
-  /// half and 99 % of the measurements do not exceed; each is a time that was measured.
+  /// What the ring holds under one name, in microseconds. All times are times that were measured.
   struct Line {
     std::string name;                ///< of a phase or a whole
-    std::uint64_t count = 0;         ///< how many measurements the ring holds of it
+    std::uint64_t count = 0;         ///< how many measurements
     std::uint64_t minimum = 0;       ///< the shortest
     std::uint64_t median = 0;        ///< half of them took no longer
     std::uint64_t percentile99 = 0;  ///< 99 % of them took no longer
@@ -64,9 +63,9 @@ class Trace {
     std::uint64_t duration = 0;  ///< how long it took
   };
 
-  /// Makes a ring of the last `capacity` phases and wholes; 0 keeps none. `threadName` names the
-  /// thread in the file; empty leaves it without a name. Throws std::bad_alloc, and
-  /// std::length_error for a capacity that no memory could hold.
+  /// Keeps the last `capacity` phases and wholes; 0 keeps none. `threadName` names the thread in
+  /// the file; it may be empty. Throws std::bad_alloc, and std::length_error for a capacity that no
+  /// memory could hold.
   explicit Trace(std::size_t capacity, std::string threadName = {});
 
   ~Trace();
@@ -74,26 +73,24 @@ class Trace {
   Trace(const Trace&) = delete;
   Trace& operator=(const Trace&) = delete;
 
-  /// One line for each name that the ring holds, in the order in which they first ended. Throws
+  /// One line for each name in the ring, in the order in which they first ended. Throws
   /// std::bad_alloc.
   std::vector<Line> Summarize() const;
 
-  /// Calls `use` with each phase and whole that the ring holds, in the order in which they ended.
-  /// What `use` throws leaves. REQUIRES: `use` measures nothing into this trace.
+  /// Calls `use` with each phase and whole in the ring, in the order in which they ended. Passes on
+  /// what `use` throws. REQUIRES: `use` measures nothing into this trace.
   void ForEach(const std::function<void(const Measurement&)>& use) const;
 
   /// Writes the ring as a trace-event file, in JSON and UTF-8: a complete event for each phase and
-  /// whole, in the order in which they ended, with start and duration in microseconds of the steady
-  /// clock. Neither the stream's locale nor its format is used. Bytes of names that are not UTF-8
-  /// become U+FFFD.
+  /// whole, in the order in which they ended, in microseconds of the steady clock. Neither the
+  /// stream's locale nor its format is used. Bytes of names that are not UTF-8 become U+FFFD.
   ///
-  /// A write that fails shows in the state of `out`. Throws std::bad_alloc, and what `out` throws
-  /// by its own settings.
+  /// A failed write shows in the state of `out`. Throws std::bad_alloc, and what `out` is set to
+  /// throw.
   void WriteJson(std::ostream& out) const;
 
   /// Writes several rings into one file, each as a thread of its own, in the order of `traces`.
-  /// Otherwise as the other WriteJson. REQUIRES: no pointer is null, and no ring is filled at the
-  /// same time.
+  /// Otherwise as above. REQUIRES: no pointer is null, and no ring is filled meanwhile.
   static void WriteJson(std::ostream& out, const std::vector<const Trace*>& traces);
 
  private:
@@ -110,18 +107,18 @@ class Trace {
   std::unique_ptr<State> state;
 };
 
-/// Used as ScopedMeasurement: ends a measurement with its scope, on return or exception.
-/// Each record that ends through it goes into the trace too. Costs no clock reading of its own.
+/// Ends a measurement with its scope, on return or exception, as ScopedMeasurement does. Each
+/// record that ends through it also goes into the trace. Reads no clock of its own.
 ///
-/// The rules for nested measurements are those of AccumulatorHandle: a record that somebody else
-/// has stopped adds nothing to the trace, either, and no whole where it is the last one.
+/// Nested measurements follow the rules of AccumulatorHandle. A record that somebody else has
+/// stopped adds nothing to the trace and, if it is the last one, no whole either.
 class TracedMeasurement {
  public:
-  /// Takes over the measurement that runs on `handle`, which SPerformanceProfiler::OpenAccumulator
+  /// Takes over the running measurement of `handle`, which SPerformanceProfiler::OpenAccumulator
   /// has started. REQUIRES: `trace` and the accumulator outlive this object.
   [[nodiscard]] TracedMeasurement(AccumulatorHandle handle, Trace& trace);
 
-  /// Ends the measurement of the current record. That phase goes into the trace, and the whole.
+  /// Ends the current record. Its phase and the whole go into the trace.
   ~TracedMeasurement();
 
   TracedMeasurement(const TracedMeasurement&) = delete;

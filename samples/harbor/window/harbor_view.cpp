@@ -29,7 +29,6 @@ constexpr ImU32 ClosedColor = IM_COL32(255, 96, 80, 255);
 constexpr ImU32 SunColor = IM_COL32(255, 224, 130, 255);
 constexpr ImU32 MoonColor = IM_COL32(200, 205, 220, 255);
 
-// From deep night to full day.
 ImU32 SeaColor(float light) {
   const auto mix = [light](float night, float day) {
     return static_cast<int>(night + (day - night) * light);
@@ -73,7 +72,7 @@ void DrawShip(Canvas& canvas, ImVec2 corner, const Ship& ship) {
               std::to_string(ship.aboard) + " t of " + ship.cargo);
 }
 
-// Places side by side, in rows from the top down.
+// Side by side, in rows from the top down.
 ImVec2 PlaceOf(std::size_t index, float top, float width) {
   constexpr float stepX = ShipLength + Gap;
   constexpr float stepY = ShipHeight + 3.0F * Gap;

@@ -7,7 +7,7 @@
 namespace Harbor {
 
 // Draws the harbor behind the panels: the sea by day and by night, the berths with their ships and
-// what these still have aboard, the ships at anchor, the gates, and the wind.
+// what is left aboard, the ships at anchor, the gates, and the wind.
 void DrawHarbor(const Port& port, const Common::SMessageTotem& totem);
 
 }  // namespace Harbor

@@ -98,8 +98,8 @@ void Desk::DrawGameControls() {
 
 }  // namespace
 
-// Without a number of frames it runs until the window is closed, whatever the settings say, and the
-// harbor calls fleet after fleet. With one, it leaves a picture of the last frame.
+// Without `frames` it runs until the window is closed, whatever the settings say, and calls fleet
+// after fleet. With `frames` it leaves a picture of the last one.
 Outcome RunShift(std::optional<std::uint64_t> frames) {
   Shift shift(frames);
   Window window("harbor");

@@ -19,13 +19,13 @@ class Window {
   // Whether the user has not closed it yet.
   bool IsOpen() const { return isOpen; }
 
-  // What is drawn between the two calls shows when the second returns. It does not wait for the
-  // screen: the frame has its own pace.
+  // Shows what was drawn in between. EndFrame does not wait for the screen: the frame has its own
+  // pace.
   void BeginFrame();
   void EndFrame();
 
-  // Has the next frame written to a PNG file too, where EndFrame then throws std::runtime_error if
-  // that fails.
+  // The next EndFrame also writes the frame to a PNG file, or throws std::runtime_error if it
+  // cannot.
   void TakePicture(const std::string& file) { picture = file; }
 
  private:
