@@ -42,8 +42,7 @@ struct Services {
   const std::unique_ptr<Unique::SRuntimeUniqueId> ids{Unique::Manufacture()};
 };
 
-// In a smoke run, which only shows that every job works, jobs with a fixed number of repeats have
-// fewer.
+// A smoke run only shows that every job works, so jobs with a set number of repeats have fewer.
 struct Plan {
   const Services& services;
   bool smoke;
@@ -108,8 +107,7 @@ inline void WriteAtOnce(const std::string& path, std::string_view text) {
   close(file);
 }
 
-// Times `batch` calls of `make`, not the end of what they return. For benchmarks with
-// UseManualTime.
+// Times `batch` calls of `make`, without the end of what they return. For UseManualTime.
 template <class Make>
 void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
   std::vector<decltype(make())> made;

@@ -138,8 +138,7 @@ class OurCalls {
   std::vector<std::uint64_t> ids;
 };
 
-// The queue is in the order of its ids, so Stop finds calls by binary search, and empties all with
-// that id.
+// In the order of ids, so Stop finds calls by binary search, and empties all with that id.
 class QueueFloor {
  public:
   explicit QueueFloor(std::size_t count) : ids(count) {}

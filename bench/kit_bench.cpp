@@ -50,8 +50,7 @@ void StartAll(AnyTimers& timers) {
   for (std::size_t index = 0; index < WaitingCount; ++index) timers.Start(index, FarDelay());
 }
 
-// Cancels timers all over the heap, and makes each again. A turn now and then lets a loop drop the
-// cancelled ones.
+// Cancels timers all over the heap, and makes each again. Some turns let a loop drop old ones.
 template <class AnyTimers>
 void CancelAndMake(benchmark::State& state, AnyTimers&& timers) {
   constexpr std::size_t Stride = 7919;
@@ -66,8 +65,7 @@ void CancelAndMake(benchmark::State& state, AnyTimers&& timers) {
   }
 }
 
-// One timer comes due among all that wait, and a turn serves it. A loop's turn also looks at the
-// system's events.
+// A turn serves the one timer that is due. A loop's turn also looks at the system's events.
 template <class AnyTimers>
 void Serve(benchmark::State& state, AnyTimers&& timers) {
   StartAll(timers);

@@ -66,8 +66,7 @@ class TappedLog : OurLog {
   Kit::LogTap tap{std::make_unique<BorrowedLog>()};
 };
 
-// A tap numbers its lines in the order of the file, so a line goes into the log under the tap's
-// lock.
+// A tap numbers lines in the order of the file, so each goes into the log under the tap's lock.
 class TapFloor : OurLog {
  public:
   void Write(const std::string& text) {
@@ -155,8 +154,7 @@ void WriteLines(benchmark::State& state) {
   if (state.thread_index() == 0) shared<Logger>.reset();
 }
 
-// The same, with each line timed by two clock readings. Reports percentiles in nanoseconds, as the
-// mean over the threads.
+// Times each line, with two clock readings. Percentiles are the mean over the threads.
 template <class Logger>
 void TimeEachLine(benchmark::State& state) {
   using Steady = std::chrono::steady_clock;

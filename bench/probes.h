@@ -1,5 +1,4 @@
-// Jobs that a process can do only once, since a factory works once. Each is measured in a fresh
-// process of this program.
+// Jobs that a process can do only once. Each is measured in a fresh process of this program.
 #pragma once
 
 #include <cstdint>

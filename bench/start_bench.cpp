@@ -1,5 +1,4 @@
-// What a process can do only once: the log's start beside a large archive, and lines that wait in
-// memory.
+// What a process can do only once: the log's start beside a large archive, and waiting lines.
 #include <fstream>
 
 #include "bench.h"

@@ -101,8 +101,7 @@ std::string ReadBack(const std::string& value) {
   return WithoutWhiteSpaceAtStart(UpToNul(WithoutReturnsAtEnd(value)));
 }
 
-// A line feed splits an entry into two lines, and these characters may change its key. Such entries
-// are only compared with the scanner.
+// Line feeds split an entry, and these characters may change its key: only the scanner can tell.
 bool StaysOneEntry(const std::string& key, const std::string& value) {
   return value.find('\n') == std::string::npos &&
          (IsKey(key) || (key.find('=') == std::string::npos &&

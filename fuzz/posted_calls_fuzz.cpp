@@ -1,5 +1,5 @@
-// Calls posted between ticks, by calls and by destructors of callables, and queues that end while
-// calls wait, against a plain queue.
+// Calls posted between ticks, by calls and by destructors, and queues that end with calls waiting,
+// against a plain queue.
 #include <common/kit/posted_calls.h>
 
 #include <fuzzer/FuzzedDataProvider.h>

@@ -1,5 +1,4 @@
-// What the fuzz targets share: a check that ends the run, stand-ins, and callables that tell when
-// they end.
+// What the fuzz targets share: a check, stand-ins, and callables that tell when they end.
 //
 // A factory works once a process, so a target keeps its service and the stand-ins that the service
 // needs in one static object for all inputs, whose members end in the right order.

@@ -1,6 +1,5 @@
-// Two sets of timers that are made, cancelled and ended from outside, from each other's callbacks
-// and by destructors of callables, against a plain model of which runs next and which callables
-// live.
+// Two sets of timers, made, cancelled and ended from outside, from each other's callbacks and by
+// destructors, against a plain model of which runs next and which callables live.
 #include <common/kit/timers.h>
 
 #include <fuzzer/FuzzedDataProvider.h>

@@ -3,9 +3,9 @@
 
 oldest_cmake=$(sed -nE 's/^cmake_minimum_required\(VERSION ([0-9.]+)\)/\1/p' CMakeLists.txt)
 
-# Installs the Debian packages that are missing. A user who may not install them is shown the one
-# command that does, and nothing is built. Where there is no apt-get, or CMake is too old, what is
-# needed is said before anything is installed.
+# Installs the Debian packages that are missing. A user who may not install them is shown the
+# command that does, and nothing is built. Without apt-get, or with too old a CMake, says what is
+# needed before it installs anything.
 install_packages() {
   local missing=() package as_root=()
   if command -v cmake >/dev/null; then
@@ -54,7 +54,7 @@ refuse_old_cmake() {
   exit 1
 }
 
-# Whether sudo is there and can be answered: without a password or at a terminal.
+# Whether sudo can work: without a password, or at a terminal.
 may_use_sudo() {
   command -v sudo >/dev/null && { sudo -n true 2>/dev/null || [ -t 0 ]; }
 }
@@ -80,7 +80,7 @@ find_wine() {
   return 1
 }
 
-# Wine keeps its state inside the build folder and its advice to itself.
+# Keeps the state of Wine in the build folder, and its messages quiet.
 use_wine() {
   wine=$(find_wine)
   export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all LC_ALL=C.UTF-8  # which names of files need

@@ -20,8 +20,7 @@ inline const std::string GuardFile = "zeb_log.guard";
 
 // Makes `directory` (UTF-8) the working directory, and makes the report's folder in it if that is
 // missing, with a warning. Throws std::runtime_error with a text for the user if the content is
-// missing or a file cannot be written: the services would go on without it and say so late or
-// never.
+// missing or a file cannot be written: the services would go on and say so late or never.
 void PrepareDirectory(const std::string& directory);
 
 }  // namespace Harbor

@@ -64,8 +64,7 @@ void CatchCrash(int signal) { std::signal(signal, OnCrash); }
 
 #else
 
-// The handler has its own stack, since the thread's may be what ran out. This serves the calling
-// thread alone.
+// Gives the handler a stack of its own, since this thread's may be what ran out.
 void CatchCrash(int signal) {
   static char memory[1 << 16];
   stack_t stack{};

@@ -24,8 +24,7 @@ struct Ship {
 };
 
 // The ships of a run, first arrival first. All random numbers are drawn here, before the first
-// frame, so a late frame cannot change which ships come, what they carry, or what they leave
-// ashore.
+// frame, so a late frame cannot change which ships come, what they carry, or what they leave.
 std::vector<Ship> DrawFleet(Common::SSeedProvider& seeds, Common::Unique::SRuntimeUniqueId& ids,
                             const Settings& settings);
 

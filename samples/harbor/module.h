@@ -18,7 +18,7 @@ class Module {
   // The address of what the module exports under `name`, or null.
   void* Find(const std::string& name) const;
 
-  // Whether this module is in memory, whoever loaded it.
+  // Whether the module in `file` is in memory, whoever loaded it.
   static bool IsLoaded(const std::filesystem::path& file);
 
   static const char* const FileEnding;

@@ -1,5 +1,4 @@
-// The records of a frame, in order. The accumulator's first record, which bears its name, takes the
-// frame's own preparation.
+// The records of a frame, in order. The first one, named as the accumulator, takes the preparation.
 #pragma once
 
 #include <cstddef>

@@ -42,8 +42,7 @@ void PluginSlot::Load() {
   Log::Get()->LogMessage("plugin " + name + " is loaded");
 }
 
-// What points at the module's code must go before the code. The module only really goes when
-// nothing holds it any more.
+// First what points at the module's code, then the code, which goes only if nothing else holds it.
 void PluginSlot::Unload() {
   plugin.reset();
   module.reset();

@@ -173,8 +173,7 @@ std::optional<std::size_t> Port::FindFreeBerth() const {
 
 bool Port::IsGale() const { return ReadWindForce(totem) >= GaleForce; }
 
-// The timer is half a frame early, or a tick that is punctual to the microsecond might find its
-// time not quite passed.
+// Half a frame early, or a tick that is exactly on time might find the timer not quite due.
 void Port::MoorAt(std::size_t number, Ship& ship) {
   Ship*& berth = berths[number];
   berth = &ship;

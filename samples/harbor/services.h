@@ -1,6 +1,5 @@
-// All seven services. They start in the order of the members and end in reverse, however the scope
-// is left: the report and the settings are written then, the log ends after everything that may
-// still log, and the clock last.
+// All seven services. They start in the order of the members and end in reverse, on return or
+// exception: the report and the settings are written, then the log ends, and the clock last.
 #pragma once
 
 #include <common/config_file.h>

@@ -1,5 +1,4 @@
-// What the totem's values mean in this harbor. The host and its plugins read in one frame what was
-// written in the last.
+// What the totem's values mean here. Host and plugins read what was written in the frame before.
 #pragma once
 
 #include <common/message_totem.h>

@@ -25,7 +25,7 @@ class WeatherOffice {
   WeatherOffice(const WeatherOffice&) = delete;
   WeatherOffice& operator=(const WeatherOffice&) = delete;
 
-  // Requests the forecast of a day, in place of a request that was not begun yet.
+  // Requests the forecast of a day. It replaces a request that was not begun yet.
   void AskFor(std::uint64_t day);
 
   // Ends the thread once it has finished its present day.

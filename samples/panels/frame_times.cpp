@@ -8,7 +8,7 @@ namespace {
 
 constexpr float PlotHeight = 120.0F;
 constexpr float ColumnWidth = 3.0F;
-constexpr float RoomAboveBudget = 1.25F;  // so that late frames show
+constexpr float RoomAboveBudget = 1.25F;  // of the budget, so that late frames show
 constexpr int FramesPerSummary = 30;
 constexpr ImU32 BudgetColor = IM_COL32(255, 255, 255, 160);
 constexpr ImU32 BackgroundColor = IM_COL32(20, 22, 28, 255);

@@ -14,9 +14,9 @@ namespace Panels {
 // line at the budget, above the median and the 99th percentile.
 class FrameTimes {
  public:
-  // Shows the measurements of one accumulator. `phases` names its records in the order of a frame,
-  // the one with the accumulator's name included. REQUIRES: `shownTrace` outlives this object and
-  // is filled by the thread that draws.
+  // Shows one accumulator. `phases` names its records in the order of a frame, the one with the
+  // accumulator's name included. REQUIRES: the trace outlives this, and the drawing thread fills
+  // it.
   FrameTimes(const Common::Kit::Trace& shownTrace, const std::string& accumulator,
              const std::vector<std::string>& phases);
 

@@ -11,8 +11,7 @@
 
 namespace Panels {
 
-// The log while the program runs, with colors and switches for the kinds of lines and a filter for
-// their text.
+// The log while the program runs, with a color and a switch for each kind and a text filter.
 class LogView {
  public:
   // Shows the last `keptLines` lines. REQUIRES: the tap outlives this object.

@@ -46,8 +46,7 @@ SettingsWatcher::State::State(Config::SConfigFile& store, std::string path)
   knownEntries = Parse(knownText);
 }
 
-// None if there is no file to read. A store whose files are not on disk, such as a stand-in, is
-// asked for its own.
+// None if there is no file. A store without files on disk, such as a stand-in, gives its own.
 std::optional<std::string> SettingsWatcher::State::ReadText() {
   try {
     const auto file = Vorn::SharedPath::NewWrapped(Vorn::PathFromUtf8(path));

@@ -15,8 +15,7 @@ namespace Common::Kit {
 
 /// Makes `folder` and all folders that lead to it, and in it `content/config` for the settings and
 /// `content/ut_result` for the profiler's report. Then makes it the current folder of the process,
-/// where the services look for their files. Existing folders stay as they are. The log makes
-/// `old_logs` itself.
+/// where the services look for their files. Existing folders stay as they are.
 ///
 /// The name is UTF-8 on every system. A relative name counts from the current folder, so a second
 /// call with it makes a folder inside the first.

@@ -19,9 +19,9 @@
 
 namespace Common::Kit {
 
-/// Deadlines on the clock in the storage, which is looked up at each use and may wrap. If it is set
-/// back, or replaced by one that reads less, the deadlines start again from there. A step forward
-/// counts as lateness.
+/// Deadlines on the clock in the storage, looked up at each use. It may wrap. If it is set back, or
+/// replaced by one that reads less, the deadlines start again from there; a step forward is
+/// lateness.
 ///
 /// For one thread, usually the one that ticks.
 class FramePacer {
@@ -42,16 +42,13 @@ class FramePacer {
   ///
   /// A late call returns at once. Up to one interval late, the deadlines stay where they are, so
   /// the next frame is shorter. Beyond that, the deadlines that have passed are given up and the
-  /// next one is a whole interval after this call, so a long stall is not followed by a burst of
-  /// frames.
+  /// next one is a whole interval after this call: no burst of frames follows a long stall.
   ///
   /// Throws Vorn::MissingInstance without a clock, and has then changed nothing.
   std::uint64_t WaitForNext();
 
-  /// Changes the interval, in microseconds, from the frame under way on: its deadline moves too,
-  /// and may then have passed.
-  ///
-  /// Throws std::invalid_argument for an interval of 0, and has then changed nothing.
+  /// Changes the interval, in microseconds. The deadline of the frame under way moves too. Throws
+  /// std::invalid_argument for an interval of 0, and has then changed nothing.
   void SetInterval(std::uint64_t interval);
 
   /// How many deadlines were given up. The one that a late call waited for does not count.

@@ -17,10 +17,9 @@
 
 namespace Common::Kit {
 
-/// Counts microseconds of the game, at first from 0 and at rate 1. It never runs backwards on any
+/// Counts microseconds of the game, from 0 and at first at rate 1. It never runs backwards on any
 /// thread: it goes on from where it is after a pause or a change of rate, and when the clock in the
-/// storage, looked up at each use, wraps, is set back or is replaced. A clock that is set forward
-/// moves it on.
+/// storage, looked up at each use, wraps, is set back or replaced. A clock set forward moves it on.
 ///
 /// Reading, pausing and changing the rate lose no time to rounding: parts of a microsecond are
 /// kept. At the largest value, which only extreme rates reach, it stops.
@@ -40,19 +39,19 @@ class GameClock {
   /// Vorn::MissingInstance without a clock, unless paused.
   std::uint64_t Now() const;
 
-  /// Stops the time, if it is not paused already. Throws Vorn::MissingInstance without a clock, and
-  /// has then changed nothing.
+  /// Stops the time. Throws Vorn::MissingInstance without a clock, unless paused already, and has
+  /// then changed nothing.
   void Pause();
 
-  /// Ends the pause, however often Pause was called. Does nothing if not paused. Throws as Pause
-  /// does.
+  /// Ends a pause, however often Pause was called. Throws Vorn::MissingInstance without a clock,
+  /// unless not paused, and has then changed nothing.
   void Resume();
 
   /// Whether the time is paused.
   bool IsPaused() const;
 
-  /// Runs the time at `rate` times the clock's speed from now on: 0.5 is half speed, 2.0 is twice
-  /// as fast. Does not end a pause.
+  /// Runs the time at `rate` times the clock's speed from now on: 0.5 is half speed, 2.0 is double
+  /// speed. Does not end a pause.
   ///
   /// Throws std::invalid_argument if the rate is not above 0 or not finite, and
   /// Vorn::MissingInstance without a clock, unless paused. Nothing has changed then.

@@ -41,10 +41,8 @@ namespace Formatting = fmt;
 /// Logs an error: `text` with `args` in it, as std::format does. A text that does not fit its
 /// values does not compile. Pass a text that is only known at run time to `log.LogError`.
 ///
-/// Does nothing if the log does not want errors: the line is not formatted, and a tap does not
-/// count it.
-///
-/// Throws what `log.LogError` and the formatting of a value throw. Any thread.
+/// Does nothing if the log does not want errors: formats nothing, and a tap does not count the
+/// line. Throws what `log.LogError` and the formatting of a value throw. Any thread.
 template <class... Args>
 void LogError(Log::SMessageLog& log, Detail::Formatting::format_string<Args...> text,
               Args&&... args) {

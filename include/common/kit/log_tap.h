@@ -36,8 +36,8 @@ namespace Common::Kit {
 /// Owns the log behind it and passes every operation on. Each line that passes gets a sequence
 /// number, counted from 1 in the order of the file, whatever thread it comes from.
 ///
-/// The operations of SMessageLog serve the threads, and require what is required, as in the log
-/// behind. The tap's own operations serve any thread.
+/// Operations of SMessageLog may be called from the threads that the log behind allows, and require
+/// what they require there. The tap's own operations serve any thread.
 class LogTap : public Log::SMessageLog {
  public:
   /// A line that has passed.
@@ -100,11 +100,10 @@ class LogTap : public Log::SMessageLog {
   std::uint64_t Count(Log::LogKind kind) const;
 
   /// The kept lines whose sequence is above `after`, oldest first. Copies only those, so it may be
-  /// called each frame. A gap before the first one shows that lines came faster than they were
-  /// asked for.
+  /// called each frame. A gap before the first one means that older lines are no longer kept.
   ///
-  /// Throws std::bad_alloc. Waits while a line goes into the log, which sometimes means a write to
-  /// the disk.
+  /// Throws std::bad_alloc. Waits while a line goes into the log, sometimes for a write to the
+  /// disk.
   std::vector<Line> LastLines(std::uint64_t after = 0) const;
 
   /// Calls `listener` with each line that passes from now on, until the last reference to the

@@ -1,6 +1,5 @@
 /// @file
-/// Keeps the folder `old_logs` small. Each start of a log adds an archive there, and nothing else
-/// ever deletes one.
+/// Keeps `old_logs` small: each start of a log adds an archive there, and nothing else deletes any.
 ///
 /// ```cpp
 /// const std::size_t deleted = Common::Kit::PruneOldLogs(20);  // after the log is made

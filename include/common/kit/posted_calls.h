@@ -1,7 +1,6 @@
 /// @file
 /// Brings work from other threads into the tick. The frame utility, and most of a game with it, is
-/// for one thread. A thread that loads or computes posts what is to be done with its result, and
-/// the next tick does it.
+/// for one thread. A thread that loads or computes posts what the next tick does with its result.
 ///
 /// ```cpp
 /// Common::Kit::PostedCalls posted(*frames);
@@ -29,7 +28,7 @@ namespace Common::Kit {
 /// An exception leaves Tick. The call that threw is gone; those behind it run in the next tick, in
 /// order. An empty function throws std::bad_function_call in the same way.
 ///
-/// No callable is called or destroyed under the lock. It is destroyed right after it has run, on
+/// No callable is called or destroyed under the lock. Each is destroyed right after it has run, on
 /// the thread that ticks.
 class PostedCalls {
  public:
@@ -37,17 +36,14 @@ class PostedCalls {
   /// thread that ticks. REQUIRES: `frames` outlives this object.
   explicit PostedCalls(SFrameUtility& frames);
 
-  /// Drops the waiting calls without running them, and those that their destructors post.
-  ///
-  /// For the thread that ticks. REQUIRES: no other thread is using this object, and none of its
-  /// calls is running.
+  /// Drops the waiting calls without running them, and those that their destructors post. For the
+  /// thread that ticks. REQUIRES: no other thread uses this object, and none of its calls runs.
   ~PostedCalls();
 
   PostedCalls(const PostedCalls&) = delete;
   PostedCalls& operator=(const PostedCalls&) = delete;
 
-  /// Queues `call` for the next tick. Throws std::bad_alloc, and has then changed nothing. Any
-  /// thread.
+  /// Queues `call` for the next tick. Any thread. If it throws std::bad_alloc, nothing has changed.
   void Post(std::function<void()> call);
 
   /// How many calls wait for a tick, or for their turn in this one. Any thread.

@@ -27,11 +27,10 @@ namespace Common::Kit {
 /// other. A profiler that is named twice counts twice; one that does not offer `Accumulators` adds
 /// nothing. The profilers do not change.
 ///
-/// The path is UTF-8. An empty path is a failure: it does not stand for the default file, which
-/// each profiler replaces at its end.
+/// The path is UTF-8. An empty one is a failure: the default file is for each profiler's own
+/// report.
 ///
-/// REQUIRES: no pointer is null, and no other thread uses one of the profilers or its handles
-/// meanwhile.
+/// REQUIRES: no pointer is null, and no other thread uses the profilers or their handles meanwhile.
 void WriteReport(const std::string& path, const std::vector<SPerformanceProfiler*>& profilers);
 
 }  // namespace Common::Kit

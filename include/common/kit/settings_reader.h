@@ -30,8 +30,7 @@ namespace Common::Kit {
 ///     Setting 'window/width' is 'wide', not a whole number from 320 to 7680; using 1280.
 ///
 /// A value that equals the fallback is never wrong, so a fallback may lie outside the range or the
-/// set, for instance -1 for "not set". All operations throw what the store and the log throw. For
-/// one thread at a time.
+/// set, as -1 for "not set". Throws what the store and the log throw. For one thread at a time.
 class SettingsReader {
  public:
   /// A setting that was asked for, as it was the first time.
@@ -64,16 +63,15 @@ class SettingsReader {
   /// The value of `key` as it is. No text is wrong, not even an empty one.
   std::string ReadText(const std::string& key, const std::string& fallback);
 
-  /// The value of `key` as a whole number from `lowest` to `highest`, both included. It is read by
-  /// the store's GetInt: decimal digits behind an optional sign, with the grouping of the global
-  /// locale.
+  /// The value of `key` as a whole number from `lowest` to `highest`, both included, read by the
+  /// store's GetInt: decimal digits with an optional sign, and the grouping of the global locale.
   std::int32_t ReadInt(const std::string& key, std::int32_t fallback, std::int32_t lowest,
                        std::int32_t highest);
 
-  /// The value of `key` as a number from `lowest` to `highest`, both included: decimal digits, with
-  /// an optional sign, fraction behind a "." and exponent, whatever the locale. Hexadecimal
-  /// numbers, infinities, "nan" and numbers too large for a double are wrong. A bound may be
-  /// infinite.
+  /// The value of `key` as a number from `lowest` to `highest`, both included; a bound may be
+  /// infinite. Decimal digits, with an optional sign, fraction behind a "." and exponent, whatever
+  /// the locale. Hexadecimal numbers, infinities, "nan" and numbers too large for a double are
+  /// wrong.
   ///
   /// A missing key is added in the fewest digits that read back as the same double. If the fallback
   /// is exactly a float, float precision is enough: 0.8f is written as 0.8, which reads back as

@@ -20,8 +20,7 @@
 
 namespace Common::Kit {
 
-/// Watches one settings file for a store, which may save another one. For the thread that uses the
-/// store.
+/// Watches a settings file for a store, its own or another. For the thread that uses the store.
 class SettingsWatcher {
  public:
   /// One setting that was edited.
@@ -34,8 +33,7 @@ class SettingsWatcher {
   /// Reads the file at `path`, which is UTF-8 and need not exist: only later changes count as
   /// edits. Its bad lines are reported to the log again.
   ///
-  /// Throws Vorn::MissingInstance for a bad line without a log, and std::bad_alloc. REQUIRES:
-  /// `store` outlives this object.
+  /// REQUIRES: `store` outlives this object. Throws as Poll does.
   SettingsWatcher(Config::SConfigFile& store, std::string path);
 
   ~SettingsWatcher();

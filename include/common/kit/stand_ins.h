@@ -133,16 +133,14 @@ struct StandInSettings : Config::SConfigFile {
   std::string filePath = "content/config/config.txt";  ///< what Save writes
 };
 
-/// Owns a new stand-in and keeps it in the storage for as long as it lives, or until `Remove`. For
-/// one thread.
+/// Owns a new stand-in and keeps it in the storage while it lives, or until `Remove`. One thread.
 template <class T>
 class Stored {
  public:
   /// The service's place in the storage.
   using Access = Vorn::Service<typename T::Service>;
 
-  /// Makes a stand-in and puts it into the storage. Throws Vorn::MissingInstance if the storage
-  /// already holds such a service.
+  /// Puts a new stand-in into the storage. Throws Vorn::MissingInstance if that holds one already.
   [[nodiscard]] Stored() : Stored(std::make_unique<T>()) {}
 
   Stored(const Stored&) = delete;

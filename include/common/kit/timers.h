@@ -1,7 +1,7 @@
 /// @file
 /// Independent timers: each runs in the first tick that finds its time passed, and none holds up
-/// another. The delayed calls of the frame utility, in contrast, are a queue and run strictly in
-/// the order of scheduling.
+/// another. The frame utility's delayed calls are a queue instead, and run in the order of
+/// scheduling.
 ///
 /// ```cpp
 /// Common::Kit::Timers timers(*frames);
@@ -24,8 +24,7 @@ namespace Common::Kit {
 
 class GameClock;
 
-/// One-shot and repeating timers on one reactor of interval 0, timed by the clock in the storage or
-/// by a game clock.
+/// One-shot and repeating timers on one reactor of interval 0.
 ///
 /// A tick reads the clock once, or not at all if no timer waits. It runs the timers whose time has
 /// passed by then, in the order of their due times, equal ones in the order of their making. Making
@@ -43,8 +42,7 @@ class GameClock;
 /// clock's SetOrigin is not called while a timer waits.
 class Timers {
  public:
-  /// Names one timer. No other timer of the same Timers ever gets the same id, and it means nothing
-  /// to another Timers.
+  /// Names one timer of its Timers, and never another one. It means nothing to another Timers.
   struct Id {
     /// Whether both name the same timer, or none.
     bool operator==(const Id&) const = default;
@@ -56,12 +54,12 @@ class Timers {
     std::size_t slot = 0;
   };
 
-  /// Makes the reactor that runs the timers. Throws what SFrameUtility::CreateReactor does.
-  /// REQUIRES: `frames` outlives this object.
+  /// Makes the reactor that runs the timers, timed by the clock in the storage. Throws what
+  /// SFrameUtility::CreateReactor does. REQUIRES: `frames` outlives this object.
   explicit Timers(SFrameUtility& frames);
 
   /// The same, timed by `clock`: the timers stop while it is paused, and follow its rate. REQUIRES:
-  /// `frames` and `clock` outlive this object.
+  /// both outlive this object.
   Timers(SFrameUtility& frames, const GameClock& clock);
 
   /// Drops all waiting timers without running them.
@@ -71,10 +69,9 @@ class Timers {
   Timers& operator=(const Timers&) = delete;
 
   /// Runs `callback` once, in the first tick that finds `delay` microseconds passed since this
-  /// call; 0 means the next tick. A delay may be as long as 2^63.
+  /// call; 0 means the next tick. A delay may be as long as 2^63. Returns the timer's id.
   ///
-  /// Returns the timer's id. Throws Vorn::MissingInstance without a clock, and std::bad_alloc;
-  /// nothing has changed then.
+  /// Throws Vorn::MissingInstance without a clock, and std::bad_alloc; nothing has changed then.
   Id After(std::uint64_t delay, std::function<void()> callback);
 
   /// Runs `callback` every `interval` microseconds, counted from this call, until it is cancelled.
@@ -90,16 +87,14 @@ class Timers {
   /// that is running is destroyed once it has returned.
   ///
   /// Returns whether the timer was waiting. A running one-shot timer was not; a running repeating
-  /// one was, for its next time. False also for a timer that is gone or cancelled, and for a
-  /// default-made id. Throws nothing.
+  /// one was, for its next time. False for any other id, also a default-made one. Throws nothing.
   bool Cancel(Id id);
 
   /// How many timers wait for their time, or for their turn in this tick.
   std::size_t Waiting() const;
 
-  /// When the first waiting timer is due, on the clock that times it; that time may have passed if
-  /// the timer waits for its turn in this tick or for the next. None if no timer waits. Reads no
-  /// clock.
+  /// When the first waiting timer is due, on the clock that times it: a time in the past if it
+  /// waits for its turn in this tick or for the next. None if no timer waits. Reads no clock.
   std::optional<std::uint64_t> NextDue() const;
 
  private:

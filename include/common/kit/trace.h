@@ -32,21 +32,20 @@ namespace Common::Kit {
 
 class TracedMeasurement;
 
-/// A ring of the measurements that ended last, filled by TracedMeasurement. Each thread has its
-/// own, as it has its own profiler.
+/// A ring of the measurements that ended last, filled by TracedMeasurement. For one thread, as a
+/// profiler is. REQUIRES: it outlives its measurements.
 ///
 /// It keeps each phase, which is the time of one record, and behind the last phase the whole, which
 /// is the time from the start of the first phase to the end of the last. A phase is named after
 /// accumulator and record, as `frame/simulation`, a whole after its accumulator alone.
 ///
 /// All memory for measurements is taken at the start, 24 bytes each. A name takes memory when its
-/// record is first measured; nothing else allocates while measuring. If there is no memory for a
-/// name, its measurement is left out.
+/// record is first measured; without memory for it, its measurement is left out. Nothing else
+/// allocates while measuring.
 ///
-/// For one thread at a time. REQUIRES: it outlives its measurements.
 class Trace {
  public:
-  /// What the ring holds under one name, in microseconds. All times are times that were measured.
+  /// What the ring holds under one name, in microseconds. Each time is one that was measured.
   struct Line {
     std::string name;                ///< of a phase or a whole
     std::uint64_t count = 0;         ///< how many measurements
@@ -64,8 +63,8 @@ class Trace {
   };
 
   /// Keeps the last `capacity` phases and wholes; 0 keeps none. `threadName` names the thread in
-  /// the file; it may be empty. Throws std::bad_alloc, and std::length_error for a capacity that no
-  /// memory could hold.
+  /// the file; it may be empty. Throws std::bad_alloc, and std::length_error for too large a
+  /// capacity.
   explicit Trace(std::size_t capacity, std::string threadName = {});
 
   ~Trace();
@@ -73,8 +72,7 @@ class Trace {
   Trace(const Trace&) = delete;
   Trace& operator=(const Trace&) = delete;
 
-  /// One line for each name in the ring, in the order in which they first ended. Throws
-  /// std::bad_alloc.
+  /// One line for each name in the ring, in the order of their first ends. Throws std::bad_alloc.
   std::vector<Line> Summarize() const;
 
   /// Calls `use` with each phase and whole in the ring, in the order in which they ended. Passes on
@@ -85,8 +83,8 @@ class Trace {
   /// whole, in the order in which they ended, in microseconds of the steady clock. Neither the
   /// stream's locale nor its format is used. Bytes of names that are not UTF-8 become U+FFFD.
   ///
-  /// A failed write shows in the state of `out`. Throws std::bad_alloc, and what `out` is set to
-  /// throw.
+  /// A failed write shows in the state of `out`, and throws if `out` is set to. Throws
+  /// std::bad_alloc.
   void WriteJson(std::ostream& out) const;
 
   /// Writes several rings into one file, each as a thread of its own, in the order of `traces`.

@@ -19,13 +19,11 @@ class Window {
   // Whether the user has not closed it yet.
   bool IsOpen() const { return isOpen; }
 
-  // Shows what was drawn in between. EndFrame does not wait for the screen: the frame has its own
-  // pace.
+  // EndFrame shows what was drawn since BeginFrame. It does not wait for the screen's refresh.
   void BeginFrame();
   void EndFrame();
 
-  // The next EndFrame also writes the frame to a PNG file, or throws std::runtime_error if it
-  // cannot.
+  // EndFrame also writes the next frame to a PNG file. Throws std::runtime_error if it cannot.
   void TakePicture(const std::string& file) { picture = file; }
 
  private:
