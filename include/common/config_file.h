@@ -16,10 +16,9 @@
 /// to `config.txt` during a run is lost at the next save, the one at the store's end included.
 ///
 /// A line of a file reads `key = value`. A key consists of letters, digits, `_`, `/` and `\`, and
-/// starts its line. The value is all that follows the first `=` and the white space behind it, up
-/// to the line's end. Every other line, a comment included, is reported as an error, dropped, and
-/// gone after the next save. Only empty lines, or those of carriage returns alone, are skipped
-/// silently.
+/// starts its line. The value is the rest of the line behind the first `=` and the white space
+/// after it. Every other line, a comment included, is reported as an error and gone after the next
+/// save. Only empty lines, or those of carriage returns alone, are skipped silently.
 ///
 /// `setlocale` decides what counts as a letter, a digit or white space, in every locale; a program
 /// that never calls it has the ASCII ones. The C++ global locale has no part in this, unless a
@@ -52,8 +51,8 @@ struct VORN_LNK_SHARED_TYPE SConfigFile {
   /// failure is reported if there is a log, and never thrown.
   virtual ~SConfigFile() = default;
 
-  /// Reads settings text. Of several lines with one key the last counts. Line feeds, with or
-  /// without carriage returns before them, end the lines. Each bad line is reported with `name` and
+  /// Reads settings text, whose lines end in line feeds, with or without carriage returns before
+  /// them. Of several lines with one key the last counts. Each bad line is reported with `name` and
   /// its number, counted from 1. Returns the entries; the store does not change.
   ///
   /// Without a log, throws `Vorn::MissingInstance` for a bad line.

@@ -45,8 +45,8 @@ struct VORN_LNK_SHARED_TYPE IFrameReactor : Vorn::Intrudable {
 ///
 /// When `STimeProvider::SetOrigin` moves the clock forward, what waits is due earlier by as much;
 /// when it sets the clock back, later. But a call is due at once if the clock then reads less than
-/// when the call was scheduled, and so is a reactor if it reads less than when the reactor last
-/// fired. Ids do not change, so one may be given out again.
+/// when it was scheduled, and so is a reactor if the clock reads less than when it last fired. Ids
+/// do not change, so one may be given out again.
 struct VORN_LNK_SHARED_TYPE SFrameUtility {
   /// Drops the waiting calls without running them, and takes `SMessageTotem` out of the storage. A
   /// second utility cannot be made in the same process.
@@ -63,9 +63,9 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   ///
   /// The first interval counts from the clock's zero, so a reactor made long after that fires in
   /// the next tick. A reactor fires at most once a tick, and lost time is not made up. Reactors run
-  /// in the order of their addresses, not of their making. One that is made inside a reactor's
-  /// callback fires in the same tick only if its address is the higher one; one that is made inside
-  /// a delayed call fires in the next tick at the earliest.
+  /// in the order of their addresses, not of their making. One made inside a reactor's callback
+  /// fires in the same tick only if its address is higher; one made inside a delayed call fires in
+  /// the next tick at the earliest.
   virtual Vorn::IntrudablePtr<IFrameReactor> CreateReactor(std::uint64_t interval) = 0;
 
   /// Queues a call of `callback` with `argument` for the first tick that finds `delay` microseconds
@@ -99,7 +99,7 @@ struct VORN_LNK_SHARED_TYPE SFrameUtility {
   ///
   /// Lets every exception of a callback through. The edge stays applied, a reactor that threw has
   /// fired, and what has not run waits for the next tick. The same holds for
-  /// `Vorn::MissingInstance`, which it throws if there is no clock: every tick reads it.
+  /// `Vorn::MissingInstance`, which every tick throws if there is no clock.
   ///
   /// REQUIRES: no tick is under way, so it is not called inside a callback, nor by the destructor
   /// of a callable that a tick, or the utility at its own end, destroys.

@@ -81,9 +81,8 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// of them are written to the file.
   ///
   /// Throws only std::bad_alloc, and std::system_error for the lock, and has then added nothing. No
-  /// trouble with the console or the file reaches the caller, not even an exception from a stream
-  /// buffer of the host's own. A file that cannot be opened loses the batch and gets one line on
-  /// std::cerr.
+  /// failure of the console or the file reaches the caller, not even an exception from a host's own
+  /// stream buffer. A file that cannot be opened loses the batch and gets one line on std::cerr.
   ///
   /// Any thread. Takes as long as a write to the disk if it completes a batch, or while another
   /// thread does.
@@ -107,8 +106,8 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// working directory cannot be read. REQUIRES: no log call and no `Flush` at the same time.
   virtual void SetLogFile(const std::string& fileName) = 0;
 
-  /// Turns the console copies and the batch writes on or off for the lines to come. They are off at
-  /// first: lines then wait in memory, without limit, for `Flush` or the log's end. Lines that
+  /// Turns the console copies and the batch writes on or off, from the next line on. They are off
+  /// at first: lines then wait in memory, without limit, for `Flush` or the log's end. Lines that
   /// already wait are never copied to the console; they go to the file with the next batch.
   ///
   /// REQUIRES: no log call at the same time.
@@ -127,13 +126,13 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   virtual std::vector<std::string> SideLines() { return {}; }
 
   /// Writes all waiting lines to the file now, whatever live output says. For a terminate handler,
-  /// or before something that may crash. At an orderly end the destructor writes the lines anyway.
+  /// or before something that may crash; an orderly end of the log writes them anyway.
   ///
-  /// Returns true when no line waits any more; if none did, no file is touched. False means that
+  /// Returns true when no line waits any more; if none did, no file is touched. Returns false if
   /// the lines still wait: the file could not be opened, which gets one line on std::cerr, or this
-  /// thread is inside a log call, so that the lock would never come. A disk that fills up in the
-  /// middle costs the rest, as in any batch, and is not noticed. A log that writes each line at
-  /// once, or has no file, need not implement this.
+  /// thread is inside a log call, so the lock would never come. A disk that fills up in the middle
+  /// costs the rest, as in any batch, and is not noticed. A log that writes each line at once, or
+  /// has no file, need not implement this.
   ///
   /// Throws nothing. Any thread; waits for other threads' log calls. Not for signal handlers: a
   /// signal may interrupt any thread in the middle of a log call or an allocation.
@@ -146,22 +145,22 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// start. The file is mapped into memory: a line costs one more copy, and no system call. A power
   /// cut may still lose what the system has not written.
   ///
-  /// First, the lines that a dead run left in the file go to the end of its log in `old_logs`, if
-  /// this start has moved that log there, or if part of their batch is in it already. Else they
-  /// become an archive of their own: the run died before its first batch, a start without the guard
-  /// came in between, or `SetLogFile` had named another file. That other file gets only the rest of
-  /// a batch that it holds in part. From then on the guard file keeps the lines of this run, until
-  /// they are written, or dropped with a log file that cannot be opened.
+  /// First come the lines that a dead run left in the file. They are appended to that run's log in
+  /// `old_logs` if this start has moved it there, or if it holds part of their batch already.
+  /// Otherwise they become an archive of their own: the run died before its first batch, a start
+  /// without the guard came in between, or `SetLogFile` had named another file. That other file
+  /// gets only the rest of a batch that it holds in part. From then on the guard file keeps the
+  /// lines of this run, until they are written, or dropped with a log file that cannot be opened.
   ///
-  /// An orderly end of the log deletes the file; so does an empty name, which ends the guard and
-  /// returns true. Another name moves the guard to another file; the name in use changes nothing
-  /// and returns true. The name is UTF-8; a relative one counts from the current working directory.
+  /// An orderly end of the log deletes the file. So does an empty name, which ends the guard and
+  /// returns true. Another name moves the guard; the name in use changes nothing and returns true.
+  /// The name is UTF-8; a relative one counts from the current working directory.
   ///
-  /// False means that a guard in use stays as it is, and so do the lines of a dead run that could
-  /// not all be written. So it is if the file cannot be made or mapped, is the log's own, or is
-  /// held by a living process; or if it is a link, a folder, or a file that this version did not
-  /// make as a guard, none of which is ever touched. A log that keeps no guard returns false, as
-  /// this does. A damaged guard file is begun again, without its lines.
+  /// Returns false if the file cannot be made or mapped, is the log's own, or is held by a living
+  /// process; if it is a link, a folder, or a file that this version did not make as a guard, none
+  /// of which is ever touched; or if the lines of a dead run could not all be written, which then
+  /// stay in it. A guard in use stays as it is. A damaged guard file is started again, without its
+  /// lines. A log that keeps no guard returns false, as this does.
   ///
   /// The file takes 256 KiB, and more while more lines wait, all of it reserved on the disk
   /// beforehand. If it cannot grow, it keeps the first of the waiting lines, and later ones have no
@@ -174,9 +173,8 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// of the file by the host.
   virtual bool SetGuardFile(const std::string& /*fileName*/) { return false; }
 
-  /// Whether a line of this kind would be kept, so that a caller can skip the formatting of one
-  /// that would not. The log itself keeps every line; a filter before it answers for itself. Throws
-  /// nothing. Any thread.
+  /// Whether a line of this kind would be kept, so that a caller need not format one that would
+  /// not. The log itself keeps every line. Throws nothing. Any thread.
   virtual bool Wants(LogKind /*kind*/) { return true; }
 };
 

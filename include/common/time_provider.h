@@ -39,9 +39,9 @@ struct VORN_LNK_SHARED_TYPE STimeProvider {
   /// future makes `Now` wrap to huge values until it comes. Best called right after manufacture.
   ///
   /// Earlier readings of `Now` no longer compare with later ones. Signals jump to their new phase.
-  /// A filler that is alive takes a shift forward for time that has passed, and one backward for
-  /// time still to come: it ends earlier or later, but never waits for more than its whole length.
-  /// For reactors and delayed calls, see `<common/frame_utility.h>`.
+  /// For a filler that is alive, a shift forward counts as time that has passed and a shift
+  /// backward as time still to come, but it never waits for more than its whole length. For
+  /// reactors and delayed calls, see `<common/frame_utility.h>`.
   ///
   /// One thread. REQUIRES: no other thread is using the clock, a filler or a signal.
   virtual void SetOrigin(std::uint64_t rawMicroseconds) = 0;

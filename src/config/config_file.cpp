@@ -22,7 +22,7 @@ std::int32_t instanceCount = 0;
 
 void ReportError(const std::string& message) { messageLog.Get()->LogError(message); }
 
-// SharedPath::Exists takes a name that is too long for a missing file; here that is a failure.
+// For SharedPath::Exists a name that is too long is a missing file; here it is a failure.
 bool Exists(const std::filesystem::path& path) {
   std::error_code failure;
   const bool exists = std::filesystem::exists(path, failure);

@@ -13,7 +13,7 @@ namespace Common {
 
 class FrameUtilityImpl;
 
-// Is in its utility's list for its whole life, and in its utility's memory.
+// Lives in its utility's memory, and is in its list for its whole life.
 class FrameReactorImpl final : public IFrameReactor, public ReactorList::Hook {
  public:
   ~FrameReactorImpl() override;

@@ -160,7 +160,7 @@ bool Reserve(Handle file, std::uint64_t size) noexcept { return WriteZeros(file,
 
 #else
 
-// From the start, since an old file may have holes, as a copy does.
+// From the start, since an old file, such as a copy, may have holes.
 bool Reserve(Handle file, std::uint64_t size) noexcept {
   if (size > SizeOf(file) && !IsWithinSizeLimit(size)) return false;
   int failure = 0;

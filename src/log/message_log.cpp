@@ -254,8 +254,8 @@ bool MessageLogImpl::WritePendingLines() noexcept {
   return true;
 }
 
-// In this order, since a process that died between the mark and the drop would leave lines that
-// look unwritten.
+// Drops the lines before it sets the new mark: after a death in between, lines with that mark would
+// seem unwritten.
 void MessageLogImpl::DropPendingLines() noexcept {
   pendingLines.clear();
   if (guard != nullptr) guard->DropLines();

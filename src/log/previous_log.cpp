@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The lines as text mode writes them, as bytes, since a file may end anywhere in them.
+// The bytes that text mode writes for the lines: a file may end at any of them.
 std::string OnDisk(std::string_view lines) {
 #ifdef _WIN32
   std::string text;

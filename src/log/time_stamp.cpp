@@ -13,7 +13,7 @@ namespace Common {
 namespace {
 
 #ifdef _WIN32
-// The short forms below spelled out: not every C runtime of Windows knows them.
+// Spelled out, since not every C runtime of Windows knows %F and %T.
 constexpr std::string_view TimeStampFormat = "%Y-%m-%d, %H:%M:%S:";
 
 std::tm ToLocalTime(std::time_t seconds) {

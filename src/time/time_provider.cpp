@@ -67,7 +67,7 @@ class ScopedTimeFiller : public Vorn::IScoped {
   TimeProviderImpl* const provider;
 };
 
-// How long a filler takes that is released at once, by the clock in the storage.
+// How long a filler that is released at once takes, by the clock in the storage.
 std::uint64_t FillScope(std::uint64_t microseconds) {
   const Vorn::Service<STimeProvider> timeProvider;
   const std::uint64_t before = timeProvider.Get()->Now();
