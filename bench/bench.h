@@ -95,7 +95,7 @@ inline std::uint64_t ReadMicroseconds() {
   return static_cast<std::uint64_t>(reading.count()) / 1000;
 }
 
-// As a service must.
+// A service must look the clock up at each reading.
 inline std::uint64_t LookUpAndReadClock() {
   benchmark::DoNotOptimize(Clock::Get());
   return ReadMicroseconds();
@@ -107,7 +107,7 @@ inline void WriteAtOnce(const std::string& path, std::string_view text) {
   close(file);
 }
 
-// Times `batch` calls of `make`, without the end of what they return. For UseManualTime.
+// Times `batch` calls of `make`, but not the end of their results. For UseManualTime.
 template <class Make>
 void TimeMaking(benchmark::State& state, std::size_t batch, Make make) {
   std::vector<decltype(make())> made;

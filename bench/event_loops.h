@@ -108,7 +108,7 @@ class AsioPosts {
   alignas(CacheLine) std::uint64_t served = 0;
 };
 
-// An async only wakes the loop; the queue has to be written.
+// A uv_async_t only wakes the loop, so the queue is written here.
 class UvPosts {
  public:
   UvPosts() {

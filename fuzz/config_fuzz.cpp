@@ -101,7 +101,7 @@ std::string ReadBack(const std::string& value) {
   return WithoutWhiteSpaceAtStart(UpToNul(WithoutReturnsAtEnd(value)));
 }
 
-// Line feeds split an entry, and these characters may change its key: only the scanner can tell.
+// A line feed splits an entry, and these characters may change its key.
 bool StaysOneEntry(const std::string& key, const std::string& value) {
   return value.find('\n') == std::string::npos &&
          (IsKey(key) || (key.find('=') == std::string::npos &&

@@ -1,5 +1,5 @@
 // Operations on the frame utility, from outside a tick and from inside callbacks, against a plain
-// model. The model tells which callable has to run next, and each one that runs compares itself.
+// model. The model tells which callable runs next; each one that runs checks that it is that one.
 #include <common/frame_utility.h>
 #include <common/message_totem.h>
 
@@ -344,9 +344,9 @@ class Host {
 
   void Cancel(std::uint64_t id) {
     const auto outer = std::exchange(cancelled, id);
-    const std::size_t end = model.callsServed + model.calls.size();  // later ones are not meant
+    const std::size_t end = model.callsServed + model.calls.size();  // later ones stay
     frames->CancelCall(id);
-    // Calls without a callable that tells of its end.
+    // The rest, whose callables do not tell of their end.
     model.Cancel(id, end - std::min(end, model.callsServed));
     cancelled = outer;
   }

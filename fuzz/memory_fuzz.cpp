@@ -104,7 +104,7 @@ struct Host {
   using LogOwner = std::shared_ptr<Vorn::Service<Log::SMessageLog>>;
 
   Host() {
-    std::cout.setstate(std::ios::badbit);  // the copies of the lines are for nobody
+    std::cout.setstate(std::ios::badbit);  // nobody reads the copies of the lines
     log->SetLiveOutput(true);
     Check(log->SetGuardFile(GuardFile), "the guard file can be made");
     reactors.reserve(MostReactors);
@@ -124,7 +124,7 @@ struct Host {
   void LogNextLine() {
     const std::uint32_t number = nextLine++;
     log->LogMessage(NumberedText(number));
-    allocationsUntilFailure = 0;  // what follows is no business of the log
+    allocationsUntilFailure = 0;  // what follows must not fail
     linesTaken.push_back(number);
   }
 

@@ -102,7 +102,7 @@ class Host {
     return before.started + duration;
   }
 
-  // New ones may come in another order, and where others were.
+  // New records may come in another order, and at the addresses of old ones.
   void FreeRecords() {
     while (!measured.empty()) EndOne();
     profiler->WriteReportAndClear("/dev/null");

@@ -15,8 +15,7 @@ namespace Panels {
 class FrameTimes {
  public:
   // Shows one accumulator. `phases` names its records in the order of a frame, the one with the
-  // accumulator's name included. REQUIRES: the trace outlives this, and the drawing thread fills
-  // it.
+  // accumulator's name included. REQUIRES: the trace outlives this and is filled by this thread.
   FrameTimes(const Common::Kit::Trace& shownTrace, const std::string& accumulator,
              const std::vector<std::string>& phases);
 

@@ -211,7 +211,8 @@ class Timers::State {
     loan.Run();
   }
 
-  // Cancelled timers may stay in the heap, but not at its top, nor more of them than wait.
+  // Cancelled timers may stay in the heap, but never on top, and never more of them than waiting
+  // ones.
 
   void PutIntoHeap(const Due& due) {
     heap.push_back(due);

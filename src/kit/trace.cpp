@@ -58,7 +58,7 @@ class EventWriter {
   const char* separator = "\n";
 };
 
-// A running record, to tell once it has ended how long it ran.
+// A record as it was while it ran, to tell how long once it has ended.
 struct Running {
   std::uint64_t Duration(const Records& records) const {
     return records[position].totalTime - timeBefore;

@@ -19,9 +19,9 @@
 
 namespace Common::Kit {
 
-/// Deadlines on the clock in the storage, looked up at each use. It may wrap. If it is set back, or
-/// replaced by one that reads less, the deadlines start again from there; a step forward is
-/// lateness.
+/// Deadlines on the clock in the storage, looked up at each use. That clock may wrap. If it is set
+/// back, or replaced by one that reads less, the deadlines start again from there. A step forward
+/// counts as lateness.
 ///
 /// For one thread, usually the one that ticks.
 class FramePacer {

@@ -43,8 +43,8 @@ class GameClock {
   /// then changed nothing.
   void Pause();
 
-  /// Ends a pause, however often Pause was called. Throws Vorn::MissingInstance without a clock,
-  /// unless not paused, and has then changed nothing.
+  /// Ends a pause, however often Pause was called. If there is a pause and no clock, throws
+  /// Vorn::MissingInstance, and the pause goes on.
   void Resume();
 
   /// Whether the time is paused.

@@ -27,8 +27,8 @@ namespace Common::Kit {
 /// other. A profiler that is named twice counts twice; one that does not offer `Accumulators` adds
 /// nothing. The profilers do not change.
 ///
-/// The path is UTF-8. An empty one is a failure: the default file is for each profiler's own
-/// report.
+/// The path is UTF-8. An empty one is a failure, since each profiler's own report at its end
+/// replaces the default file.
 ///
 /// REQUIRES: no pointer is null, and no other thread uses the profilers or their handles meanwhile.
 void WriteReport(const std::string& path, const std::vector<SPerformanceProfiler*>& profilers);

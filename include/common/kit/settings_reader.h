@@ -33,7 +33,7 @@ namespace Common::Kit {
 /// set, as -1 for "not set". Throws what the store and the log throw. For one thread at a time.
 class SettingsReader {
  public:
-  /// A setting that was asked for, as it was the first time.
+  /// A setting as it was first asked for.
   struct AskedSetting {
     /// The operation that read it.
     enum class Kind {

@@ -55,8 +55,8 @@ class SettingsWatcher {
   /// - A file that is missing or cannot be read changes nothing and interrupts no edit: some
   ///   editors move the file away for a moment.
   ///
-  /// One case is taken for an edit and is none: the program saves a setting and changes it again
-  /// before the next look, without a save. To avoid it, look after each save too.
+  /// One case is mistaken for an edit: the program saves a setting and changes it again before the
+  /// next look, without a save. To avoid it, look after each save too.
   ///
   /// A look reads the whole file, since its time and size do not show every edit. That takes about
   /// 5 us for 100 settings. Only new content is parsed, and its bad lines are reported.

@@ -48,7 +48,7 @@ struct StandInClock : STimeProvider {
   void RunTimingCheck() override;
 
   /// A signal of this clock, with the service's formulas. Each value counts a reading, unless
-  /// PeriodicKind does not name the signal's kind.
+  /// `kind` is none of PeriodicKind's.
   Vorn::IntrudablePtr<IPeriodic> MakePeriodic(PeriodicKind kind, std::uint64_t period,
                                               float duty) override;
 

@@ -1,7 +1,6 @@
 /// @file
 /// Independent timers: each runs in the first tick that finds its time passed, and none holds up
-/// another. The frame utility's delayed calls are a queue instead, and run in the order of
-/// scheduling.
+/// another. The frame utility's delayed calls instead run strictly in the order of scheduling.
 ///
 /// ```cpp
 /// Common::Kit::Timers timers(*frames);
@@ -42,7 +41,7 @@ class GameClock;
 /// clock's SetOrigin is not called while a timer waits.
 class Timers {
  public:
-  /// Names one timer of its Timers, and never another one. It means nothing to another Timers.
+  /// Names one timer. The same Timers never uses it again, and to another Timers it means nothing.
   struct Id {
     /// Whether both name the same timer, or none.
     bool operator==(const Id&) const = default;

@@ -32,8 +32,8 @@ namespace Common::Kit {
 
 class TracedMeasurement;
 
-/// A ring of the measurements that ended last, filled by TracedMeasurement. For one thread, as a
-/// profiler is. REQUIRES: it outlives its measurements.
+/// A ring of the measurements that ended last, filled by TracedMeasurement. For one thread at a
+/// time, as a profiler is. REQUIRES: it outlives its measurements.
 ///
 /// It keeps each phase, which is the time of one record, and behind the last phase the whole, which
 /// is the time from the start of the first phase to the end of the last. A phase is named after
