@@ -1,5 +1,6 @@
 #include <common/config_file.h>
 #include <common/content_paths.h>
+#include <common/kit/folders.h>
 #include <common/kit/old_logs.h>
 #include <common/kit/report.h>
 #include <common/kit/settings_save.h>
@@ -27,6 +28,34 @@ std::set<std::string> NamesIn(const fs::path& folder) {
     names.insert(entry.path().filename().string());
   }
   return names;
+}
+
+// ---- Folders.
+
+TEST(KitFolders, AreMadeWhereTheyAreMissingAndMadeCurrent) {
+  const fs::path start = fs::current_path();
+  const std::string name = "saved/h\u00E4fen";
+  WriteBytes(start / Vorn::PathFromUtf8(name) / "content/config/config.txt", "kept = 1");
+  Kit::PrepareFolders(name);
+  EXPECT_EQ(fs::current_path(), start / "saved" / u8"h\u00E4fen");
+  EXPECT_EQ(ReadBytes("content/config/config.txt"), "kept = 1");
+  EXPECT_TRUE(fs::is_directory("content/ut_result"));
+}
+
+TEST(KitFolders, ThatCannotBeAreNamedAndLeaveTheCurrentFolderAsItIs) {
+  using namespace std::string_literals;
+  const fs::path start = fs::current_path();
+  WriteBytes("file", "");
+  for (const std::string& name : {"file"s, ""s, "a\0b"s}) {
+    try {
+      Kit::PrepareFolders(name);
+      ADD_FAILURE() << name;
+    } catch (const fs::filesystem_error& failure) {
+      EXPECT_EQ(failure.path1().native().find(Vorn::PathFromUtf8(name).native()), 0U) << name;
+    }
+  }
+  EXPECT_EQ(fs::current_path(), start);
+  EXPECT_FALSE(fs::exists("a"));
 }
 
 // ---- A report of several profilers.

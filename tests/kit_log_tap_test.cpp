@@ -59,10 +59,19 @@ TEST_F(KitLogTap, PassesWhatIsGraveEnoughAndCountsAll) {
   EXPECT_EQ(tap->LastLines(2).front().kind, LogKind::Warning);
 }
 
-TEST_F(KitLogTap, NeedsALogAndPassesTheGuardFileOnToIt) {
+TEST_F(KitLogTap, NeedsALogAndPassesAllElseOnToIt) {
   EXPECT_THROW(LogTap(nullptr), std::invalid_argument);
   EXPECT_TRUE(tap->SetGuardFile("guard"));
   EXPECT_FALSE(tap->SetGuardFile("other"));
+  tap->SetLogFile("file");
+  tap->SetLiveOutput(true);
+  EXPECT_TRUE(log.logFile == "file" && log.liveOutput);
+  tap->AddSideLine("side");
+  EXPECT_EQ(tap->SideLines(), Texts{"side\n"});
+  tap->ClearSideLines();
+  EXPECT_EQ(log.SideLines(), Texts());
+  EXPECT_TRUE(tap->Flush());
+  EXPECT_EQ(log.flushes, 1);
 }
 
 TEST_F(KitLogTap, EndsAListenerAfterItsCallAndLetsOthersLogMeanwhile) {

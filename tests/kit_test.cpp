@@ -3,6 +3,8 @@
 #include <common/kit/trace.h>
 
 #include <iomanip>
+#include <iostream>
+#include <limits>
 
 #include "support.h"
 
@@ -17,15 +19,35 @@ using Kit::StandInLog;
 using Kit::StandInSettings;
 using Kit::Trace;
 using Kit::TracedMeasurement;
+using Names = std::vector<std::string>;
+
+// From here on numbers read 1.234.567,8 in the whole process.
+void UseCommas() {
+  struct Commas : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  std::locale::global(std::locale(std::locale::classic(), new Commas));
+}
 
 // ---- Trace.
 
 struct KitTrace : testing::Test {
-  // Measures one record that seems to have started `seconds` ago.
-  void Measure(const std::string& name, std::uint64_t seconds) {
+  // Opens an accumulator whose first record seems to have started `seconds` ago.
+  AccumulatorHandle Open(const std::string& name, std::uint64_t seconds = 0) {
     const AccumulatorHandle handle = profiler->OpenAccumulator(name);
-    const TracedMeasurement measurement(handle, trace);
     handle.records->front().started -= seconds * 1'000'000;
+    return handle;
+  }
+
+  // How often the ring holds each name.
+  Names Counts() const {
+    Names counts;
+    for (const Trace::Line& line : trace.Summarize()) {
+      counts.push_back(line.name + " " + std::to_string(line.count));
+    }
+    return counts;
   }
 
   std::unique_ptr<SPerformanceProfiler> profiler{ManufacturePerformanceProfiler()};
@@ -33,7 +55,9 @@ struct KitTrace : testing::Test {
 };
 
 TEST_F(KitTrace, SummarizesWhatTheRingHolds) {
-  for (std::uint64_t seconds = 100; seconds > 0; --seconds) Measure("a", seconds);
+  for (std::uint64_t seconds = 100; seconds > 0; --seconds) {
+    const TracedMeasurement measurement(Open("a", seconds), trace);
+  }
   ASSERT_EQ(trace.Summarize().size(), 2U) << "phase and whole";
   for (const Trace::Line& line : trace.Summarize()) {
     EXPECT_EQ(line.count, 50U) << line.name;
@@ -46,45 +70,58 @@ TEST_F(KitTrace, SummarizesWhatTheRingHolds) {
 
 TEST_F(KitTrace, KeepsPhasesAndWholesInTheOrderInWhichTheyEnd) {
   {
-    TracedMeasurement outer(profiler->OpenAccumulator("z"), trace);
+    TracedMeasurement outer(Open("z", 9), trace);
+    outer.GoOnTo("z");
     outer.GoOnTo("b");
-    TracedMeasurement(profiler->OpenAccumulator("a"), trace).GoOnTo("a");
+    const TracedMeasurement inner(Open("a"), trace);
   }
-  std::vector<std::string> names;
-  std::map<std::string, Trace::Measurement> last;
+  Names names;
+  std::vector<Trace::Measurement> kept;
   trace.ForEach([&](const Trace::Measurement& measured) {
     names.emplace_back(measured.name);
-    last[names.back()] = measured;
+    kept.push_back(measured);
   });
-  EXPECT_EQ(names, (std::vector<std::string>{"z/z", "a/a", "a/a", "a", "z/b", "z"}));
-  EXPECT_EQ(last["z"].started, last["z/z"].started);
-  EXPECT_EQ(last["z"].duration, last["z/z"].duration + last["z/b"].duration);
-  std::vector<std::string> lines;
-  for (const Trace::Line& line : trace.Summarize()) lines.push_back(line.name);
-  EXPECT_EQ(lines, (std::vector<std::string>{"z/z", "a/a", "a", "z/b", "z"}));
+  ASSERT_EQ(names, (Names{"z/z", "z/z", "a/a", "a", "z/b", "z"}));
+  EXPECT_EQ(kept[0].duration / 1'000'000, 9U);
+  EXPECT_EQ(kept[1].started, kept[0].started + kept[0].duration) << "of a record after itself";
+  EXPECT_EQ(kept[5].started, kept[0].started);
+  EXPECT_EQ(kept[5].duration, kept[0].duration + kept[1].duration + kept[4].duration);
+  EXPECT_EQ(Counts(), (Names{"z/z 2", "a/a 1", "a 1", "z/b 1", "z 1"}));
+}
+
+TEST_F(KitTrace, FollowsRecordsThatAreMadeAgainInAnotherOrder) {
+  for (const Names& phases : {Names{"b", "c"}, Names{"c", "c", "b"}}) {
+    {
+      TracedMeasurement measurement(Open("a"), trace);
+      for (const std::string& phase : phases) measurement.GoOnTo(phase);
+    }
+    profiler->WriteReportAndClear("report.csv");
+  }
+  EXPECT_EQ(Counts(), (Names{"a/a 2", "a/b 2", "a/c 3", "a 2"}));
 }
 
 TEST_F(KitTrace, WritesEachRingAsAThreadWhateverNamesHoldAndTheStreamDoes) {
-  Measure("\"\\\n\xFF\u00E4\xED\xA0\x80", 1);
-  Trace second(2, "worker");
-  TracedMeasurement(profiler->OpenAccumulator("a"), second).GoOnTo("b");
-  GroupDigits();
+  { const TracedMeasurement measurement(Open("\"\xFF"), trace); }
+  Trace nameless(2), none(0);
+  for (Trace* const ring : {&nameless, &none}) TracedMeasurement(Open("a"), *ring).GoOnTo("b");
+  UseCommas();
   std::ostringstream out;
   out << std::hex << std::setw(40);
-  Trace::WriteJson(out, {&trace, &second});
-  const std::string name = R"(\"\\\n)"
-                           "\uFFFD\u00E4\uFFFD\uFFFD\uFFFD";
-  const std::string json =
-      std::regex_replace(out.str(), std::regex(":\\d+,\"(dur|pid)"), ":#,\"$1");
+  Trace::WriteJson(out, {&trace, &nameless, &none});
+  std::string json = std::regex_replace(out.str(), std::regex("\uFFFD"), "?");
+  for (const Trace* const ring : {&trace, &nameless}) {
+    ring->ForEach([&json](const Trace::Measurement& measured) {
+      const std::string times = "\"ts\":" + std::to_string(measured.started) +
+                                ",\"dur\":" + std::to_string(measured.duration);
+      json.replace(json.find(times), times.size(), "TIMES");
+    });
+  }
   EXPECT_EQ(json, R"({"displayTimeUnit":"ms","traceEvents":[
 {"name":"thread_name","ph":"M","args":{"name":"main"},"pid":1,"tid":1},
-{"name":")" + name + "/" +
-                      name + R"(","cat":")" + name + R"(","ph":"X","ts":#,"dur":#,"pid":1,"tid":1},
-{"name":")" + name + R"(","cat":")" +
-                      name + R"(","ph":"X","ts":#,"dur":#,"pid":1,"tid":1},
-{"name":"thread_name","ph":"M","args":{"name":"worker"},"pid":1,"tid":2},
-{"name":"a/b","cat":"a","ph":"X","ts":#,"dur":#,"pid":1,"tid":2},
-{"name":"a","cat":"a","ph":"X","ts":#,"dur":#,"pid":1,"tid":2}
+{"name":"\"?/\"?","cat":"\"?","ph":"X",TIMES,"pid":1,"tid":1},
+{"name":"\"?","cat":"\"?","ph":"X",TIMES,"pid":1,"tid":1},
+{"name":"a/b","cat":"a","ph":"X",TIMES,"pid":1,"tid":2},
+{"name":"a","cat":"a","ph":"X",TIMES,"pid":1,"tid":2}
 ]}
 )");
 }
@@ -92,94 +129,111 @@ TEST_F(KitTrace, WritesEachRingAsAThreadWhateverNamesHoldAndTheStreamDoes) {
 // ---- Settings.
 
 struct KitSettings : testing::Test {
+  KitSettings() { UseCommas(); }
+
   // What a reader makes of the text, in the order of int, float, switch, choice; fallbacks are 7,
   // 0.5, on and "high".
   std::string Read(const std::string& text) {
     settings.entries = {{"i", text}, {"f", text}, {"s", text}, {"c", text}};
     std::ostringstream read;
     read.imbue(std::locale::classic());
-    read << reader.ReadInt("i", 7, 0, 100) << ' ' << reader.ReadFloat("f", 0.5, -1.0, 1e9) << ' '
+    read << reader.ReadInt("i", 7, 0, 100) << ' ' << reader.ReadFloat("f", 0.5, -0.7F, 1e9) << ' '
          << reader.ReadSwitch("s", true) << ' ' << reader.ReadChoice("c", "high", {"low", "high"});
     return read.str();
   }
 
-  std::vector<std::string> Warnings() const { return log.TextsOf(StandInLog::Kind::Warning); }
+  Names Warnings() const { return log.TextsOf(StandInLog::Kind::Warning); }
 
   StandInSettings settings;
   StandInLog log;
   Kit::SettingsReader reader{settings, log};
 };
 
-TEST_F(KitSettings, ReadWhatMakesSense) {
+TEST_F(KitSettings, ReadWhatMakesSenseUpToTheirBounds) {
   EXPECT_EQ(Read("1"), "1 1 1 high");
+  EXPECT_EQ(Read("0"), "0 0 0 high");
+  EXPECT_EQ(Read("-0.7"), "7 -0.7 1 high") << "the same float as the bound";
   EXPECT_EQ(Read("-.5e-1"), "7 -0.05 1 high");
   EXPECT_EQ(Read("+0100"), "100 100 1 high");
+  EXPECT_EQ(Read("1000000000"), "7 1e+09 1 high");
   EXPECT_EQ(Read("FALSE"), "7 0.5 0 high");
   EXPECT_EQ(Read("low"), "7 0.5 1 low");
-  EXPECT_EQ(Read("0"), "0 0 0 high") << "the lowest int";
-  EXPECT_EQ(Read("-1"), "7 -1 1 high") << "the lowest float";
-  EXPECT_EQ(Read("1000000000"), "7 1e+09 1 high") << "the highest float";
 }
 
 TEST_F(KitSettings, CountAsTheFallbackWhereTheyMakeNoSense) {
+  constexpr double Infinity = std::numeric_limits<double>::infinity();
   for (const std::string text : {"", "1000000001", "-2", "1 ", "nan", "-inf", "0x1", "1e999", "1e",
-                                 ".", "1,5", "Low", "onn"}) {
+                                 ".", "1,5", "+-0", "Low", "onn"}) {
     EXPECT_EQ(Read(text), "7 0.5 1 high") << text;
     EXPECT_EQ(settings.entries.at("f"), text) << "stays for the user to fix";
   }
-  EXPECT_EQ(reader.ReadText("f", "x"), "onn");
+  settings.entries = {{"any", "inf"}};
+  EXPECT_EQ(reader.ReadFloat("any", 0.0, -Infinity, Infinity), 0.0);
+  EXPECT_EQ(reader.ReadText("any", "x"), "inf");
 }
 
-TEST_F(KitSettings, GetOneWarningThatSaysWhatWouldBeRight) {
+TEST_F(KitSettings, GetOneWarningForEachWrongValueThatSaysWhatWouldBeRight) {
   Read("wrong");
   Read("wrong");
-  const std::vector<std::string> expected{
-      "Setting 'i' is 'wrong', not a whole number from 0 to 100; using 7.",
-      "Setting 'f' is 'wrong', not a number from -1 to 1000000000; using 0.5.",
-      "Setting 's' is 'wrong', not on or off, yes or no, true or false, 1 or 0; using on.",
-      "Setting 'c' is 'wrong', not one of 'low', 'high'; using 'high'."};
-  EXPECT_EQ(Warnings(), expected);
-  Read("another");
+  EXPECT_EQ(
+      Warnings(),
+      (Names{"Setting 'i' is 'wrong', not a whole number from 0 to 100; using 7.",
+             "Setting 'f' is 'wrong', not a number from -0.7 to 1000000000; using 0.5.",
+             "Setting 's' is 'wrong', not on or off, yes or no, true or false, 1 or 0; using on.",
+             "Setting 'c' is 'wrong', not one of 'low', 'high'; using 'high'."}));
+  Read("worse");
   EXPECT_EQ(Warnings().size(), 8U);
-  reader.ReadInt("f", 0, 0, 1);
-  reader.ReadInt("s", 1, 0, 1);
-  EXPECT_EQ(Warnings().size(), 8U) << "of one text, by whichever operation";
-}
-
-TEST_F(KitSettings, AreListedAsTheyWereFirstAskedForAndOthersAsUnasked) {
-  settings.entries = {{"z", "0.8"}, {"other", ""}};
-  EXPECT_EQ(reader.ReadFloat("z", 0.5, 0.0, 1.0), 0.8);
-  EXPECT_EQ(reader.ReadFloat("z", 0.8F, 0.0, 1.0), 0.8F);
-  EXPECT_FALSE(reader.ReadSwitch("a", false));
-  EXPECT_EQ(reader.ReadText("text", "t"), "t");
-  const auto asked = reader.AskedSettings();
-  ASSERT_EQ(asked.size(), 3U);
-  EXPECT_EQ(asked[0].key + asked[1].key, "za");
-  EXPECT_EQ(asked[0].fallback, "0.5");
-  EXPECT_EQ(asked[0].highest, 1.0);
-  EXPECT_EQ(asked[1].kind, Kit::SettingsReader::AskedSetting::Kind::Switch);
-  EXPECT_EQ(reader.UnaskedKeys(settings.entries), std::vector<std::string>{"other"});
-  reader.WriteSwitch("a", true);
-  reader.WriteFloat("z", 0.1F);
-  EXPECT_EQ(settings.entries.at("a") + settings.entries.at("z"), "on0.1");
+  for (const std::int32_t fallback : {0, 1}) {
+    const std::string key = std::to_string(fallback);
+    settings.entries[key] = "wrong";
+    EXPECT_EQ(reader.ReadInt(key, fallback, 0, 9), fallback);
+    EXPECT_EQ(
+        log.lines.back().text,
+        "Setting '" + key + "' is 'wrong', not a whole number from 0 to 9; using " + key + ".");
+  }
 }
 
 TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
-  GroupDigits();
   const double third = 1.0 / 3.0;
+  const double rare = 7.038531e-26F;  // whose shortest text rounds to another float
   for (int times = 0; times < 2; ++times) {
     EXPECT_EQ(reader.ReadInt("int", -1234, 0, 9), -1234) << "may stand outside the range";
-    EXPECT_EQ(reader.ReadFloat("float", third, 0.0, 1.0), third);
+    EXPECT_EQ(reader.ReadFloat("third", third, 0.0, 1.0), third);
+    EXPECT_EQ(reader.ReadFloat("rare", rare, 0.0, 1.0), rare);
+    EXPECT_EQ(reader.ReadFloat("float", 0.8F, 0.0, 1.0), 0.8F);
     EXPECT_FALSE(reader.ReadSwitch("switch", false));
     EXPECT_EQ(reader.ReadChoice("choice", "none", {"some"}), "none");
   }
-  EXPECT_EQ(settings.entries.at("switch"), "off");
-  EXPECT_EQ(Warnings(), std::vector<std::string>());
+  const auto texts = [&entries = settings.entries] {
+    return Names{entries.at("float"), entries.at("switch")};
+  };
+  EXPECT_EQ(texts(), (Names{"0.8", "off"}));
+  reader.WriteFloat("float", 0.1F);
+  reader.WriteSwitch("switch", true);
+  EXPECT_EQ(texts(), (Names{"0.1", "on"}));
+  EXPECT_EQ(Warnings(), Names());
+}
+
+TEST_F(KitSettings, AreListedAsTheyWereFirstAsked) {
+  Read("");
+  reader.ReadText("b", "x");
+  reader.ReadInt("i", 8, 1, 2);
+  EXPECT_EQ(reader.UnaskedKeys({{"b", ""}, {"i", ""}, {"other", ""}}), Names{"other"});
+  std::ostringstream list;
+  list.imbue(std::locale::classic());
+  for (const Kit::SettingsReader::AskedSetting& asked : reader.AskedSettings()) {
+    list << asked.key << ' ' << static_cast<int>(asked.kind) << ' ' << asked.fallback << ' '
+         << asked.lowest << ' ' << asked.highest;
+    for (const std::string& choice : asked.choices) list << ' ' << choice;
+    list << '\n';
+  }
+  EXPECT_EQ(list.str(),
+            "i 1 7 0 100\nf 2 0.5 -0.7 1e+09\ns 3 on 0 0\nc 4 high 0 0 low high\nb 0 x 0 0\n");
 }
 
 // ---- Stand-ins.
 
-TEST(KitStandIns, MoveTheClockByWaitsFillersAndOrigins) {
+TEST(KitStandInClock, MovesByWaitsAndFillersAndItsOrigin) {
   Kit::StandInClock clock;
   clock.now = 0 - std::uint64_t{10};
   {
@@ -189,30 +243,42 @@ TEST(KitStandIns, MoveTheClockByWaitsFillersAndOrigins) {
   }
   EXPECT_EQ(clock.now, 90U);
   clock.Wait(std::uint64_t{1} << 63);
-  EXPECT_EQ(clock.now, 90U) << "taken for passed";
-  clock.SetOrigin(30);
-  clock.SetOrigin(40);
-  EXPECT_EQ(clock.now, 50U);
+  EXPECT_EQ(clock.now, 90U) << "so long a wait counts as passed";
   {
-    const auto filler = clock.MakeTimeFiller(10);
-    clock.now = 5;
+    const auto filler = clock.MakeTimeFiller(100);
+    clock.SetOrigin(50);
+    EXPECT_EQ(clock.now, 40U);
   }
-  EXPECT_EQ(clock.now, 15U) << "a clock that is set back";
-  const auto signal = clock.MakePeriodic(PeriodicKind::Square, 20, 0.25F);
-  const float low = signal->GetValue();
-  clock.now = 22;
-  EXPECT_GT(signal->GetValue(), low);
-  clock.now = 28;
-  EXPECT_EQ(signal->GetValue(), low);
+  EXPECT_EQ(clock.now, 140U) << "no more than its length after the clock was set back";
+  clock.SetOrigin(20);
+  EXPECT_EQ(clock.now, 170U);
 }
 
-TEST(KitStandIns, SaveTheSettingsWhereTheyWereLoaded) {
+TEST(KitStandInClock, MakesSignalsAndChecksOfItsOwnReadings) {
+  Kit::StandInClock clock;
+  clock.now = 20;
+  clock.step = 10;
+  const auto signal = clock.MakePeriodic(PeriodicKind::Square, 100, 0.25F);
+  EXPECT_EQ(signal->GetValue(), 1.0F);
+  EXPECT_EQ(signal->GetValue(), 0.0F);
+  EXPECT_EQ(clock.now, 40U);
+  EXPECT_EQ(clock.readings, 2);
+  const Capture console(std::cout);
+  clock.RunTimingCheck();
+  EXPECT_NE(console.Text().find("30010us : 0.03001s\n"), std::string::npos);
+}
+
+TEST(KitStandInSettings, LoadAndSaveFilesInMemory) {
   StandInSettings settings;
-  settings.files["a.txt"] = "k = 1\n";
-  settings.Load("a.txt");
-  settings.SetString("k", "2");
+  settings.entries = {{"a", "0"}, {"b", "2"}};
+  settings.files["user.txt"] = "a = 1\n";
+  EXPECT_TRUE(settings.Load("user.txt"));
+  EXPECT_TRUE(settings.Remove("b")) << "which no file holds";
+  EXPECT_FALSE(settings.Remove("b"));
+  EXPECT_EQ(settings.GetInt("c", 3), 3);
+  settings.SetInt("c", 4);
   settings.Save();
-  EXPECT_EQ(settings.files, (std::map<std::string, std::string>{{"a.txt", "k = 2\n"}}));
+  EXPECT_EQ(settings.files["user.txt"], "a = 1\nc = 4\n");
 }
 
 #ifdef _WIN32
