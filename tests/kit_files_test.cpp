@@ -46,7 +46,8 @@ TEST(KitFolders, ThatCannotBeAreNamedAndLeaveTheCurrentFolderAsItIs) {
   using namespace std::string_literals;
   const fs::path start = fs::current_path();
   WriteBytes("file", "");
-  for (const std::string& name : {"file"s, ""s, "a\0b"s}) {
+  WriteBytes("half/content", "");
+  for (const std::string& name : {"file"s, "half"s, ""s, "a\0b"s}) {
     try {
       Kit::PrepareFolders(name);
       ADD_FAILURE() << name;
@@ -55,7 +56,7 @@ TEST(KitFolders, ThatCannotBeAreNamedAndLeaveTheCurrentFolderAsItIs) {
     }
   }
   EXPECT_EQ(fs::current_path(), start);
-  EXPECT_FALSE(fs::exists("a"));
+  EXPECT_FALSE(fs::exists("a") || fs::exists("content"));
 }
 
 // ---- A report of several profilers.

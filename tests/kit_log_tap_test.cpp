@@ -55,6 +55,7 @@ TEST_F(KitLogTap, PassesWhatIsGraveEnoughAndCountsAll) {
   const std::vector<StandInLog::Line> behind{
       {LogKind::Message, "m1"}, {LogKind::Error, "e1"}, {LogKind::Warning, "w2"}};
   EXPECT_EQ(log.lines, behind);
+  EXPECT_EQ(log.TextsOf(LogKind::Error), Texts{"e1"});
   EXPECT_EQ(LastLines(), (Texts{"1 m1", "2 e1", "3 w2"}));
   EXPECT_EQ(tap->LastLines(2).front().kind, LogKind::Warning);
 }

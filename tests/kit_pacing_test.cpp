@@ -97,14 +97,15 @@ TEST_F(KitGameClock, PausesAndRunsAtItsRate) {
   EXPECT_EQ(NowAfter(100), 100U);
   game.SetRate(0.25);
   EXPECT_EQ(NowAfter(403), 200U) << "rounded down";
+  clock->now += 8;
   game.Pause();
   game.Pause();
-  EXPECT_EQ(NowAfter(1'000), 200U);
+  EXPECT_EQ(NowAfter(1'000), 202U);
   game.SetRate(2.0);
-  EXPECT_EQ(NowAfter(1'000), 200U);
+  EXPECT_EQ(NowAfter(1'000), 202U);
   game.Resume();
   game.Resume();
-  EXPECT_EQ(NowAfter(50), 300U);
+  EXPECT_EQ(NowAfter(50), 302U);
 }
 
 TEST_F(KitGameClock, LosesNothingToRoundingHoweverOftenItChangesAndHoweverOld) {

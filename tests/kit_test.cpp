@@ -204,6 +204,7 @@ TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
   reader.WriteFloat("float", 0.1F);
   reader.WriteSwitch("switch", true);
   EXPECT_EQ(settings.entries.at("float") + settings.entries.at("switch"), "0.1on");
+  EXPECT_EQ(reader.ReadFloat("float", 0.5, 0.0, 0.1), 0.1) << "as floats no more than the bound";
   EXPECT_EQ(Warnings(), Names());
 }
 
