@@ -67,9 +67,11 @@ TEST_F(Faults, FullDisksStopNobody) {
   const Capture out(std::cout), err(std::cerr);
   WriteSettings("/dev/full");
   profiler->WriteReport("/dev/full");
+  EXPECT_TRUE(log->SetGuardFile("guard"));
   WriteBatch("/dev/full");
   EXPECT_EQ(ErrorsOf(reports), std::vector<std::string>());
   EXPECT_EQ(err.Text(), "");
+  EXPECT_FALSE(fs::exists("guard")) << "its space serves the log";
 }
 #endif
 
@@ -92,9 +94,12 @@ TEST_F(Faults, ABatchThatFailsHalfwayIsNotWrittenTwice) {
   EXPECT_TRUE(ReadBytes(LogName).ends_with(": next\n"));
 }
 
-TEST_F(Faults, NewFilesAreForAllWhomTheMaskOfTheProcessLetsIn) {
+TEST_F(Faults, NewFilesAreForAllWhomTheMaskOfTheProcessLetsInAndAreClosed) {
   umask(S_IXGRP | S_IRWXO);
+  const int nextDescriptor = dup(0);
+  close(nextDescriptor);
   log->Flush();
+  EXPECT_EQ(dup(0), nextDescriptor);
   EXPECT_EQ(fs::status(LogName).permissions(), fs::perms(0660));
 }
 
@@ -135,6 +140,7 @@ TEST_F(Faults, AThreadThatIsCancelledWhileItLogsLeavesAWholeLog) {
   std::thread([this] {
     pthread_cancel(pthread_self());
     log->LogError("into a write to the console");
+    log->SetGuardFile("guard");
     log->Flush();
   }).join();
   EXPECT_EQ(LogText(LogName), LogHeader + "ERROR: T into a write to the console\n");

@@ -20,36 +20,32 @@ static_assert(!std::is_base_of_v<std::exception, Vorn::MissingInstance>);
 
 // A service that asks for itself while it ends.
 struct Probe {
-  explicit Probe(std::string& failureAtEnd) : failureAtEnd(failureAtEnd) {}
   ~Probe() { failureAtEnd = FailureOf(Vorn::Service<Probe>::Get); }
 
-  std::string& failureAtEnd;
+  static inline std::string failureAtEnd;
 };
 
 TEST(Singleton, OwnerKeepsTheEntryAndTakesItOutBeforeTheServiceEnds) {
   EXPECT_EQ(FailureOf(Vorn::Service<Probe>::Get), NoInstance);
-  std::string failureAtEnd;
-  auto* const probe = new Probe(failureAtEnd);
+  auto* const probe = new Probe;
   auto owner = Vorn::Service<Probe>::Create(probe);
   Vorn::Service<Probe>();
   EXPECT_EQ(Vorn::Service<Probe>::Get(), probe) << "an accessor that ends leaves the entry";
   owner.reset();
-  EXPECT_EQ(failureAtEnd, NoInstance);
+  EXPECT_EQ(Probe::failureAtEnd, NoInstance);
 }
 
 TEST(Singleton, ASecondServiceOfATypeIsRefusedAndStaysTheCallers) {
-  std::string failureAtEnd, failureAtOthersEnd;
-  auto* const probe = new Probe(failureAtEnd);
+  auto* const probe = new Probe;
   const auto owner = Vorn::Service<Probe>::Create(probe);
-  const auto other = std::make_unique<Probe>(failureAtOthersEnd);
+  const auto other = std::make_unique<Probe>();
   EXPECT_EQ(FailureOf([&other] { (void)Vorn::Service<Probe>::Create(other.get()); }),
             DoubleInstancing);
   EXPECT_EQ(Vorn::Service<Probe>::Get(), probe);
 }
 
 TEST(Singleton, KindsOfPointersHaveEntriesOfTheirOwnWhichMayBeNull) {
-  std::string failureAtEnd;
-  const auto unique = Vorn::Singleton<Probe, std::unique_ptr>::Create(new Probe(failureAtEnd));
+  const auto unique = Vorn::Singleton<Probe, std::unique_ptr>::Create(new Probe);
   const auto shared = Vorn::Service<Probe>::Create(nullptr);
   EXPECT_EQ(Vorn::Service<Probe>::Get(), nullptr);
 }
@@ -60,8 +56,7 @@ struct PtrWithoutMemory {
 };
 
 TEST(Singleton, WithoutMemoryForTheOwnerTheServiceStaysTheCallers) {
-  std::string failureAtEnd;
-  Probe probe(failureAtEnd);
+  Probe probe;
   using AccessWithoutMemory = Vorn::Singleton<Probe, PtrWithoutMemory>;
   EXPECT_THROW((void)AccessWithoutMemory::Create(&probe), std::bad_alloc);
   EXPECT_EQ(FailureOf(AccessWithoutMemory::Get), NoInstance);

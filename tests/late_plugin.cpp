@@ -18,14 +18,8 @@ namespace {
 
 using namespace Common;
 
-template <class T>
-struct Stored {
-  explicit Stored(T* made) : service(made), owner(Access::Create(made)) {}
-
-  using Access = Vorn::Service<T>;
-  T* const service;
-  const std::shared_ptr<Access> owner;
-};
+using Clock = Vorn::Service<STimeProvider>;
+using MessageLog = Vorn::Service<Log::SMessageLog>;
 
 void Check(bool holds, const char* claim) {
   if (holds) return;
@@ -35,7 +29,7 @@ void Check(bool holds, const char* claim) {
 
 struct Services {
   void UseAll() {
-    log.service->LogError("an error");
+    MessageLog::Get()->LogError("an error");
     Check(settings->ParseContent("key = value\nbad\n", "text").at("key") == "value",
           "text is read");
     Check(settings->GetInt("number", 7) == 7, "a default is returned");
@@ -46,13 +40,13 @@ struct Services {
     Check(framesSeen == 1, "the reactor runs");
     Check(ids->MakeUniqueName("").ends_with("#/object"), "a name is made");
     seeds->NextSeed();
-    Check(clock.service->MakePeriodic(PeriodicKind::Square, 9, 1)->GetValue() == 1, "a signal");
+    Check(Clock::Get()->MakePeriodic(PeriodicKind::Square, 9, 1)->GetValue() == 1, "a signal");
     Check(profiler->OpenAccumulator("load").records != nullptr, "an accumulator is opened");
   }
 
   const Vorn::SharedPath path;
-  const Stored<STimeProvider> clock{ManufactureTimeProvider()};
-  const Stored<Log::SMessageLog> log{Log::ManufactureMessageLog()};
+  const std::shared_ptr<Clock> clock = Clock::Create(ManufactureTimeProvider());
+  const std::shared_ptr<MessageLog> log = MessageLog::Create(Log::ManufactureMessageLog());
   const std::unique_ptr<Config::SConfigFile> settings{ManufactureConfigFile()};
   const std::unique_ptr<SSeedProvider> seeds{ManufactureSeedProvider()};
   const std::unique_ptr<SFrameUtility> frames{ManufactureFrameUtility()};

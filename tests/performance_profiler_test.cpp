@@ -72,14 +72,9 @@ TEST_F(PerformanceProfiler, ReplacesTheDefaultReportAtItsEnd) {
 
 TEST_F(PerformanceProfiler, CopiesItsAccumulators) {
   handle.GoOnTo("b");
-  records[1].totalTime = 5;
-  profiler->OpenAccumulator("c");
   auto copy = profiler->Accumulators();
-  ASSERT_EQ(copy.size(), 2U);
-  ASSERT_EQ(copy["a"].size(), 2U);
-  EXPECT_EQ(copy["a"][0].calls, 1U);
-  EXPECT_EQ(copy["a"][1].totalTime, 5U);
-  copy["a"].clear();
+  EXPECT_EQ(copy.at("a").at(1).name, "b");
+  copy.at("a").clear();
   EXPECT_EQ(NamesOfRecords(), (std::vector<std::string>{"a", "b"}));
 }
 

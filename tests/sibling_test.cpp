@@ -136,6 +136,7 @@ TEST(SharedPath, NamesFilesInUtf8) {
   EXPECT_FALSE(path.Exists());
   WriteBytes(std::filesystem::path(u8"\u00FC.txt"), "");
   EXPECT_TRUE(path.Exists());
+  EXPECT_FALSE(Vorn::SharedPath::NewWrapped(std::string(300, 'x')).Exists()) << "too long a name";
 }
 
 TEST(SharedPath, SharersFollowUntilOneIsResetAlone) {
