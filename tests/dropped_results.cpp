@@ -1,15 +1,5 @@
 // Each of these lines drops what must be kept, and a compiler that is asked for warnings says so.
-// Built by check_headers alone.
-#include <common/config_file.h>
-#include <common/frame_utility.h>
-#include <common/kit/stand_ins.h>
-#include <common/kit/timer_resolution.h>
-#include <common/kit/trace.h>
-#include <common/message_log.h>
-#include <common/runtime_unique_id.h>
-#include <common/seed_provider.h>
-#include <common/time_provider.h>
-
+// Built by check_headers alone, which includes the public headers before it.
 void DropResults(Common::STimeProvider& clock, Common::SFrameUtility& frames,
                  Common::Unique::SRuntimeUniqueId& ids, Common::AccumulatorHandle handle,
                  Common::Kit::Trace& trace) {

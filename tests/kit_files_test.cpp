@@ -84,10 +84,7 @@ TEST_F(KitReport, AddsUpWhatHasOneNameInTheFormOfTheService) {
           {{true, "b", 0, 110, 22, 33}, {true, "x", 0, 440, 55, 66}, {true, "y", 0, 1, 1, 1}});
   Measure(sums, "c", {{true, "c", 0, 7, 8, 9}});
   sums->WriteReport("expected.csv");
-  Kit::WriteReport(
-      "h\xC3\xA4"
-      "fen.csv",
-      {first.get(), second.get()});
+  Kit::WriteReport("h\u00E4fen.csv", {first.get(), second.get()});
   EXPECT_EQ(ReadBytes(u8"h\u00E4fen.csv"), ReadBytes("expected.csv"));
 }
 

@@ -1,18 +1,11 @@
 // All seven services, used for the last time when no constant of their library is left.
-#include <common/config_file.h>
-#include <common/frame_utility.h>
-#include <common/message_log.h>
-#include <common/performance_profiler.h>
-#include <common/runtime_unique_id.h>
-#include <common/seed_provider.h>
-#include <common/time_provider.h>
-#include <vorn_lnk/shared_path>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
+
+#include "all_headers.h"
 
 namespace {
 

@@ -70,21 +70,19 @@ TEST(IntrudablePtr, ComparesAndHashesByWhatItHolds) {
   EXPECT_FALSE(held.contains(none));
 }
 
-TEST(IntrudablePtr, TheNewObjectIsInPlaceWhenTheOldOneEnds) {
-  struct Onlooker : Vorn::IScoped {
-    Onlooker(const Ptr<Vorn::IScoped>& place, Vorn::IScoped*& seenAtEnd)
-        : place(place), seenAtEnd(seenAtEnd) {}
-    ~Onlooker() override { seenAtEnd = place.get(); }
+// Looks at its place when it ends.
+struct Onlooker : Vorn::IScoped {
+  ~Onlooker() override { seenAtEnd = place.get(); }
 
-    const Ptr<Vorn::IScoped>& place;
-    Vorn::IScoped*& seenAtEnd;
-  };
-  Vorn::IScoped* seenAtEnd = nullptr;
-  Ptr<Vorn::IScoped> place;
-  place = Ptr<Vorn::IScoped>(new Onlooker(place, seenAtEnd));
+  static inline Ptr<Vorn::IScoped> place;
+  static inline Vorn::IScoped* seenAtEnd = nullptr;
+};
+
+TEST(IntrudablePtr, TheNewObjectIsInPlaceWhenTheOldOneEnds) {
+  Onlooker::place = Ptr<Vorn::IScoped>(new Onlooker);
   const Ptr<Vorn::IScoped> next(new Crate);
-  place = next;
-  EXPECT_EQ(seenAtEnd, next.get());
+  Onlooker::place = next;
+  EXPECT_EQ(Onlooker::seenAtEnd, next.get());
 }
 
 // Its releases wait until all of them are under way; the one that dropped the last reference then
