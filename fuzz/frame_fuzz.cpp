@@ -216,9 +216,12 @@ class Host {
 
   void OnRun(const Event& event) {
     Check(event == model.NextEvent(), "the right callable runs with the right value");
-    CheckWaitingCalls();
+    CheckCounts();
     inside = model.servesCalls ? Inside::CallCallback : Inside::ReactorCallback;
-    for (auto left = data->ConsumeIntegralInRange(0, 3); left > 0; --left) Operate();
+    for (auto left = data->ConsumeIntegralInRange(0, 3); left > 0; --left) {
+      Operate();
+      CheckCounts();
+    }
     inside = Inside::Nothing;
     const bool throws = data->ConsumeIntegralInRange(0, 7) == 7;
     if (model.runsCall) throws ? model.FailCall() : model.FinishCall();
@@ -377,12 +380,13 @@ class Host {
     }
   }
 
-  void CheckWaitingCalls() const {
+  void CheckCounts() const {
     Check(frames->WaitingCalls() == model.WaitingCalls(), "what waits is counted");
+    Check(callablesAlive == model.CallablesHeld(), "a callable lives as long as it is held");
   }
 
   void CheckBetweenTicks() const {
-    CheckWaitingCalls();
+    CheckCounts();
     const auto* const totem = Vorn::Service<SMessageTotem>::Get();
     Check(totem->frameNumber.Read() == model.frameNumber, "the frame number counts the ticks");
     Check(totem->fourByteValue.Read().parts[0] == model.value, "the last write of a frame wins");
@@ -390,7 +394,6 @@ class Host {
           "the value of the frame before");
     Check(clock == nullptr || (*clock)->now == model.now,
           "the clock is read as often as it must be");
-    Check(callablesAlive == model.CallablesHeld(), "a callable lives as long as it is held");
   }
 
   // The number of the frame and the totem's value stay.

@@ -9,8 +9,10 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <sanitizer/asan_interface.h>
+
+#include <array>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <locale>
@@ -151,21 +153,41 @@ Host& TheHost() {
   return host;
 }
 
-void Fill(BlockPool& pool) {
-  constexpr std::size_t BlockSize = 104;
-  for (int left = ReactorsPerOperation; left > 0; --left)
-    std::memset(pool.Allocate(BlockSize), left, BlockSize);
+constexpr std::size_t BlockSize = 104;
+using Blocks = std::array<void*, ReactorsPerOperation>;
+
+bool IsWithinItsChunk(void* block) {
+  char name = 0;
+  void* chunk = nullptr;
+  std::size_t size = 0;
+  __asan_locate_address(block, &name, 1, &chunk, &size);
+  return static_cast<char*>(block) + BlockSize <= static_cast<char*>(chunk) + size;
+}
+
+Blocks AllocateAll(BlockPool& pool) {
+  Blocks blocks{};
+  for (void*& block : blocks) {
+    block = pool.Allocate(BlockSize);
+    Check(IsWithinItsChunk(block), "a block is within its chunk");
+  }
+  return blocks;
 }
 
 // A new pool each time, since the frame utility's own soon needs no more memory.
-void FillNewPool() {
+void FillAndRefillNewPool() {
   BlockPool pool;
+  Blocks blocks{};
   try {
-    Fill(pool);
+    blocks = AllocateAll(pool);
   } catch (const std::bad_alloc&) {
-    Fill(pool);  // as if nothing had failed
+    AllocateAll(pool);  // as if nothing had failed
     throw;
   }
+  for (void* const block : blocks) pool.Free(block);
+  constexpr int notReached = 1'000;
+  allocationsUntilFailure = notReached;
+  Check(AllocateAll(pool) == blocks, "a pool that was emptied has the same blocks again");
+  Check(allocationsUntilFailure == notReached, "it takes no memory for them");
 }
 
 void Operate(Host& host, int operation) {
@@ -201,7 +223,7 @@ void Operate(Host& host, int operation) {
       host.ids->MakeUniqueName(LongText);
       return;
     case 12:
-      return FillNewPool();
+      return FillAndRefillNewPool();
     case 13:
       host.log->SetGuardFile(GuardFile);
       return;

@@ -18,7 +18,8 @@ static FrameCallback ActingAtItsEnd(std::function<void()> action) {
   return [end = std::shared_ptr<void>(nullptr, act)](std::uint64_t) {};
 }
 
-// What callbacks may change, throw or cancel is for frame_fuzz to test, against a model.
+// What is due, and what callbacks may change, throw or cancel, is for frame_fuzz to test, against a
+// model.
 struct Frame : testing::Test {
   // Notes what the callback is given.
   FrameCallback Note() {
@@ -110,44 +111,6 @@ TEST_F(Frame, FollowsAClockThatIsReplaced) {
   EXPECT_EQ(utility->ScheduleCall(Note(), 0, 0), 20U);
 }
 
-TEST_F(Frame, CancelSparesACallThatADestructorSchedulesUnderTheSameId) {
-  ScheduleAt(5, ActingAtItsEnd([this] { ScheduleAt(5, Note()); }));
-  utility->CancelCall(5);
-  EXPECT_EQ(TickAt(5), Calls{5});
-}
-
-TEST_F(Frame, CancelFindsTheIdAlsoBehindAClockThatWasSetBack) {
-  for (const std::uint64_t id : {7U, 9U, 5U, 5U, 8U}) ScheduleAt(id, Note());
-  utility->CancelCall(5);
-  utility->CancelCall(9);
-  EXPECT_EQ(TickAt(9), (Calls{7, 8}));
-  for (const std::uint64_t id : {5U, 6U, 7U}) ScheduleAt(id, Note());
-  for (const std::uint64_t id : {6U, 5U, 7U}) utility->CancelCall(id);
-  EXPECT_EQ(utility->WaitingCalls(), 0U);
-}
-
-TEST_F(Frame, ReactorOfAnIntervalDriftsWithTheTicks) {
-  const Reactor reactor = MakeReactor(16, Note());
-  Calls fired;
-  for (const std::uint64_t now : {10U, 20U, 30U, 40U, 1000U, 1015U, 1016U}) {
-    if (!TickAt(now).empty()) fired.push_back(now);
-  }
-  EXPECT_EQ(fired, (Calls{20, 40, 1000, 1016}));
-  EXPECT_FALSE(TickAt(500).empty()) << "a clock that is set back";
-}
-
-TEST_F(Frame, DelayedCallsRunInTheOrderOfScheduling) {
-  ScheduleAt(100, Note(), 50);
-  ScheduleAt(101, Note(), 1);
-  ScheduleAt(102, Note(), 60);
-  ScheduleAt(103, Note());
-  clock->readings = 0;
-  EXPECT_EQ(TickAt(149), Calls{});
-  EXPECT_EQ(TickAt(150), (Calls{100, 101}));
-  EXPECT_EQ(clock->readings, 2) << "one a tick";
-  EXPECT_EQ(TickAt(99), (Calls{102, 103})) << "a clock that is set back";
-}
-
 TEST_F(Frame, CallableOfAReactorMayReplaceOrReleaseItAtItsEnd) {
   Reactor reactor = utility->CreateReactor(0);
   reactor->SetCallback(ActingAtItsEnd([&] { reactor->SetCallback(Note()); }));
@@ -169,6 +132,12 @@ TEST_F(Frame, CallsThatWaitAtTheEndAreDroppedUnrun) {
   EXPECT_TRUE(calls.empty());
   EXPECT_EQ(alive.use_count(), 2) << "here and in `holding`";
   EXPECT_EQ(FailureOf(Vorn::Service<SMessageTotem>::Get), NoInstance);
+}
+
+TEST(FrameFactory, CountsACallThatFails) {
+  const auto owner = Vorn::Service<SMessageTotem>::Create(new SMessageTotem);
+  EXPECT_EQ(FailureOf(ManufactureFrameUtility), DoubleInstancing);
+  EXPECT_EQ(FailureOf(ManufactureFrameUtility), "Multiple instaces of frame utility!");
 }
 
 #ifndef _WIN32
@@ -201,6 +170,11 @@ TEST_F(Frame, MisuseStopsADebugBuild) {
   EXPECT_DEATH(utility->Tick(), "does not change its own reactor");
   reactor->SetCallback([&](std::uint64_t) { owner.reset(); });
   EXPECT_DEATH(utility->Tick(), "not ended by a tick of its own");
+  const auto endTicking = [this] {
+    ScheduleAt(0, ActingAtItsEnd([this] { utility->Tick(); }));
+    owner.reset();
+  };
+  EXPECT_DEATH(endTicking(), "or the utility ends");
 }
 #endif
 

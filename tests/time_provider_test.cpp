@@ -60,7 +60,7 @@ TEST_F(StoredTime, MovesSignalsInPeriodsOfAnyLength) {
 }
 
 TEST_F(StoredTime, IsMissedBySignalsAndTheTimingCheck) {
-  const auto signal = maker->MakePeriodic(Sine, 100, 0);
+  const auto signal = maker->MakePeriodic(Sine, 0, 0);
   EXPECT_EQ(signal->GetValue(), 0.0F);
   clock.Remove();
   EXPECT_EQ(FailureOf([&] { signal->GetValue(); }), NoInstance);
@@ -73,10 +73,12 @@ TEST_F(StoredTime, IsCheckedApartFromTheFormatOfTheHost) {
   GroupDigits();
   std::cout.imbue(std::locale());
   std::cout << std::hex << std::fixed << std::setprecision(1) << std::setw(40);
+  clock->step = 25;
   maker->RunTimingCheck();
   EXPECT_EQ(output.Text(),
-            "1000000us : 1s\n500000us : 0.5s\n250000us : 0.25s\n125000us : 0.125s\n75000us : "
-            "0.075s\n30000us : 0.03s\n");
+            "1000025us : 1.00003s\n500025us : 0.500025s\n250025us : 0.250025s\n125025us : "
+            "0.125025s\n75025us : 0.075025s\n30025us : 0.030025s\n")
+      << "in single precision";
 }
 
 }  // namespace
