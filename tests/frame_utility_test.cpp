@@ -77,8 +77,10 @@ TEST_F(Frame, WrittenValuesBecomeCurrentAtTheNextEdgeAndStay) {
 TEST_F(Frame, TickMovesTheEdgeThenRunsReactorsByAddressThenTheCallsOfItsStart) {
   std::vector<Reactor> reactors;
   for (int number = 0; number < 4; ++number) reactors.push_back(MakeReactor(0, Note()));
+  const IFrameReactor* const released = reactors.front().get();
   reactors.erase(reactors.begin());
-  reactors.push_back(utility->CreateReactor(0));  // where the first one was
+  reactors.push_back(utility->CreateReactor(0));
+  EXPECT_EQ(reactors.back().get(), released) << "its memory is used again";
   std::vector<std::uintptr_t> order;
   for (const Reactor& reactor : reactors) {
     reactor->SetCallback([&, address = reactor.get()](std::uint64_t frame) {
