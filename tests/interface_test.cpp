@@ -115,12 +115,15 @@ TEST(Abi, OperationsKeepTheirPlaces) {
               &Ids::JoinIdAndText, &Ids::MakeUniqueName, &Ids::OverrideCounter);
   using Store = Config::SConfigFile;
   using Entries = Config::ConfigEntries;
-  ExpectOrder("SConfigFile", &Store::ParseContent,
-              static_cast<Entries (Store::*)(Vorn::SharedPath)>(&Store::ReadFile),
-              static_cast<Entries (Store::*)(const std::string&)>(&Store::ReadFile), &Store::Load,
-              &Store::Save);
-  EXPECT_EQ(PlaceOf(&Store::FormatEntries), 9U);
-  EXPECT_EQ(PlaceOf(&Store::GetInt), 14U);
+  ExpectOrder(
+      "SConfigFile", &Store::ParseContent,
+      static_cast<Entries (Store::*)(Vorn::SharedPath)>(&Store::ReadFile),
+      static_cast<Entries (Store::*)(const std::string&)>(&Store::ReadFile), &Store::Load,
+      &Store::Save,
+      static_cast<void (Store::*)(const Entries&, const Vorn::SharedPath&)>(&Store::WriteFile),
+      static_cast<void (Store::*)(const Entries&, const std::string&)>(&Store::WriteFile),
+      &Store::FormatEntries, &Store::GetString, &Store::FindString, &Store::SetString,
+      &Store::SetInt, &Store::GetInt, &Store::Entries, &Store::Remove);
   EXPECT_EQ(PlaceOf(&Vorn::Detail::Intrudable::OnReleased), 2U);
   EXPECT_EQ(PlaceOf(&IPeriodic::GetValue), 2U);
 }
