@@ -154,12 +154,12 @@ TEST_F(ConfigFile, NumberIsASignAndDigitsWithin32Bits) {
 
 TEST_F(ConfigFile, NumbersFollowTheGlobalLocale) {
   Start();
-  GroupDigits();
+  UseCommas();
   store->SetInt("n", INT32_MIN);
-  EXPECT_EQ(store->FindString("n"), "-2,147,483,648");
+  EXPECT_EQ(store->FindString("n"), "-2.147.483.648");
   EXPECT_EQ(store->GetInt("n", 42), INT32_MIN);
   Parse(std::string(1233, '\n') + "bad");
-  EXPECT_EQ(ErrorsOf(log), Errors{BadLine("name", "1,234", "bad")});
+  EXPECT_EQ(ErrorsOf(log), Errors{BadLine("name", "1.234", "bad")});
 }
 
 }  // namespace

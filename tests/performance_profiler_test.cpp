@@ -51,8 +51,8 @@ TEST_F(PerformanceProfiler, ReportsEveryRecordToTheByte) {
 
 TEST_F(PerformanceProfiler, ReportsNumbersInTheGlobalLocale) {
   records = {{true, "1234", 0, 1'234'567, 1'234, 4'321}};
-  GroupDigits();
-  EXPECT_EQ(Report(), EmptyReport + Block("a", "a/1234\t1,234,567\t1.23457\t4,321\t1,234\n"));
+  UseCommas();
+  EXPECT_EQ(Report(), EmptyReport + Block("a", "a/1234\t1.234.567\t1,23457\t4.321\t1.234\n"));
 }
 
 TEST_F(PerformanceProfiler, KeepsItsRecordsAndMakesNoFolderWhereItCannotWrite) {
@@ -108,23 +108,14 @@ TEST_F(PerformanceProfiler, CountsTheFirstStopUntilTheNextStart) {
 
 TEST_F(PerformanceProfiler, GoesOnToNamedRecordsWithoutAGap) {
   records[0].started = 1;
-  for (const char* name : {"b", "c", "a", "d", "c"}) handle.GoOnTo(name);
+  for (const char* name : {"b", "c", "a", "a", "d", "c"}) handle.GoOnTo(name);
   EXPECT_EQ(NamesOfRecords(), (std::vector<std::string>{"a", "b", "c", "d"}));
   std::uint64_t measured = 0;
   for (const MeasureRecord& record : records) {
-    EXPECT_EQ(record.calls, record.name == "a" ? 2U : 1U) << record.name;
+    EXPECT_EQ(record.calls, record.name == "a" ? 3U : 1U) << record.name;
     measured += record.totalTime;
   }
   EXPECT_EQ(measured, records[2].started - 1);
-}
-
-TEST_F(PerformanceProfiler, GoesOnToThePresentRecord) {
-  records[0].started = 1;
-  handle.GoOnTo("a");
-  EXPECT_EQ(records.size(), 1U);
-  EXPECT_EQ(records[0].calls, 1U);
-  EXPECT_FALSE(records[0].idle);
-  EXPECT_GT(records[0].started, 1U);
 }
 
 TEST_F(PerformanceProfiler, StopsWithTheScope) {

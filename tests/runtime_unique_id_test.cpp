@@ -15,8 +15,8 @@ TEST_F(RuntimeUniqueId, CountsFromOneAndTurnsIdsIntoText) {
   EXPECT_EQ(ids->NextId(), 1);
   EXPECT_EQ(ids->NextIdString(), "/$2#");
   EXPECT_EQ(ids->JoinIdAndText("abc", -5), "-5abc");
-  GroupDigits();
-  EXPECT_EQ(ids->IdToString(-1'234'567), "-1,234,567");
+  UseCommas();
+  EXPECT_EQ(ids->IdToString(-1'234'567), "-1.234.567");
   EXPECT_EQ(ids->NextId(), 3) << "text takes no id";
 }
 

@@ -110,13 +110,14 @@ inline void LimitFiles(rlim_t size) {
 }
 #endif
 
-// From here on numbers read 1,234,567 in the whole process.
-inline void GroupDigits() {
-  struct Grouping : std::numpunct<char> {
-    char do_thousands_sep() const override { return ','; }
+// From here on numbers read 1.234.567,8 in the whole process.
+inline void UseCommas() {
+  struct Commas : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
     std::string do_grouping() const override { return "\3"; }
   };
-  std::locale::global(std::locale(std::locale::classic(), new Grouping));
+  std::locale::global(std::locale(std::locale::classic(), new Commas));
 }
 
 }  // namespace Common::Test

@@ -70,7 +70,7 @@ TEST_F(StoredTime, IsMissedBySignalsAndTheTimingCheck) {
 
 TEST_F(StoredTime, IsCheckedApartFromTheFormatOfTheHost) {
   const Capture output(std::cout);
-  GroupDigits();
+  UseCommas();
   std::cout.imbue(std::locale());
   std::cout << std::hex << std::fixed << std::setprecision(1) << std::setw(40);
   clock->step = 25;
