@@ -18,8 +18,8 @@ static FrameCallback ActingAtItsEnd(std::function<void()> action) {
   return [end = std::shared_ptr<void>(nullptr, act)](std::uint64_t) {};
 }
 
-// What is due, and what callbacks may change, throw or cancel, is for frame_fuzz to test, against a
-// model.
+// What is due by which clock, and what callbacks may change, throw or cancel, is for frame_fuzz to
+// test, against a model.
 struct Frame : testing::Test {
   // Notes what the callback is given.
   FrameCallback Note() {
@@ -27,9 +27,9 @@ struct Frame : testing::Test {
   }
 
   // The time is also the argument and the id.
-  void ScheduleAt(std::uint64_t now, FrameCallback callback, std::uint64_t delay = 0) {
+  void ScheduleAt(std::uint64_t now, FrameCallback callback) {
     clock->now = now;
-    EXPECT_EQ(utility->ScheduleCall(std::move(callback), now, delay), now);
+    EXPECT_EQ(utility->ScheduleCall(std::move(callback), now, 0), now);
   }
 
   // What callbacks note in a tick at this time.
@@ -39,8 +39,8 @@ struct Frame : testing::Test {
     return std::exchange(calls, {});
   }
 
-  Reactor MakeReactor(std::uint64_t interval, FrameCallback callback) {
-    Reactor reactor = utility->CreateReactor(interval);
+  Reactor MakeReactor(FrameCallback callback) {
+    Reactor reactor = utility->CreateReactor(0);
     reactor->SetCallback(std::move(callback));
     return reactor;
   }
@@ -76,7 +76,7 @@ TEST_F(Frame, WrittenValuesBecomeCurrentAtTheNextEdgeAndStay) {
 
 TEST_F(Frame, TickMovesTheEdgeThenRunsReactorsByAddressThenTheCallsOfItsStart) {
   std::vector<Reactor> reactors;
-  for (int number = 0; number < 4; ++number) reactors.push_back(MakeReactor(0, Note()));
+  for (int number = 0; number < 4; ++number) reactors.push_back(MakeReactor(Note()));
   const IFrameReactor* const released = reactors.front().get();
   reactors.erase(reactors.begin());
   reactors.push_back(utility->CreateReactor(0));
@@ -100,19 +100,6 @@ TEST_F(Frame, TickMovesTheEdgeThenRunsReactorsByAddressThenTheCallsOfItsStart) {
   EXPECT_EQ(TickAt(0), (Calls{2, 2, 2, 2, 8}));
 }
 
-TEST_F(Frame, FollowsAClockThatIsReplaced) {
-  const Reactor reactor = MakeReactor(10, Note());
-  ScheduleAt(0, Note(), 10);
-  EXPECT_EQ(TickAt(0), Calls{});
-  auto* const later = new Kit::StandInClock;
-  later->now = 20;
-  clock.Remove();
-  const auto owner = Vorn::Service<STimeProvider>::Create(later);
-  utility->Tick();
-  EXPECT_EQ(calls, (Calls{2, 0}));
-  EXPECT_EQ(utility->ScheduleCall(Note(), 0, 0), 20U);
-}
-
 TEST_F(Frame, CallableOfAReactorMayReplaceOrReleaseItAtItsEnd) {
   Reactor reactor = utility->CreateReactor(0);
   reactor->SetCallback(ActingAtItsEnd([&] { reactor->SetCallback(Note()); }));
@@ -121,7 +108,7 @@ TEST_F(Frame, CallableOfAReactorMayReplaceOrReleaseItAtItsEnd) {
   reactor->SetCallback(ActingAtItsEnd([&] { reactor = nullptr; }));
   reactor->Clear();
   EXPECT_EQ(TickAt(2), Calls{});
-  reactor = MakeReactor(0, ActingAtItsEnd([this] { owner.reset(); }));
+  reactor = MakeReactor(ActingAtItsEnd([this] { owner.reset(); }));
   reactor = nullptr;
   EXPECT_FALSE(owner);
 }
@@ -155,7 +142,7 @@ TEST_F(Frame, WhatNobodyCatchesEndsTheProcessWithTheCallbackOnTheStack) {
     throw std::runtime_error("uncaught");
   };
   std::set_terminate([] { std::_Exit(isUnwound ? 1 : 0); });
-  Reactor reactor = MakeReactor(0, throwing);
+  Reactor reactor = MakeReactor(throwing);
   EXPECT_EXIT(TickUncaught(utility), testing::ExitedWithCode(0), "");
   reactor = nullptr;
   ScheduleAt(0, throwing);
