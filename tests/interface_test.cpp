@@ -8,8 +8,6 @@
 
 #include <array>
 #include <bit>
-#include <cstdlib>
-#include <iostream>
 #include <new>
 
 #include "support.h"

@@ -23,55 +23,55 @@ struct PoorLog : StandInLog {
 struct KitLogTap : testing::Test {
   Texts LastLines(std::uint64_t after = 0) const {
     Texts texts;
-    for (const LogTap::Line& line : tap->LastLines(after)) {
+    for (const LogTap::Line& line : tap.LastLines(after)) {
       texts.push_back(std::to_string(line.sequence) + " " + line.text);
     }
     return texts;
   }
   auto Hear(Texts& heard) {
-    return tap->Listen([&heard](const LogTap::Line& line) { heard.push_back(line.text); });
+    return tap.Listen([&heard](const LogTap::Line& line) { heard.push_back(line.text); });
   }
 
   PoorLog& log = *new PoorLog;
-  std::optional<LogTap> tap{std::in_place, std::unique_ptr<Log::SMessageLog>(&log), 3};
+  LogTap tap{std::unique_ptr<Log::SMessageLog>(&log), 3};
 };
 
 TEST_F(KitLogTap, PassesWhatIsGraveEnoughAndCountsAll) {
-  EXPECT_FALSE(tap->Wants(LogKind::Message)) << "nobody behind it does";
-  EXPECT_TRUE(tap->Wants(LogKind::Warning));
-  tap->LogMessage("m1");
-  tap->SetLowest(LogKind::Error);
-  EXPECT_FALSE(tap->Wants(LogKind::Warning));
-  EXPECT_TRUE(tap->Wants(LogKind::Error));
-  tap->LogMessage("m2");
-  tap->LogWarning("w1");
-  tap->LogError("e1");
-  tap->SetLowest(LogKind::Warning);
-  tap->LogMessage("m3");
-  tap->LogWarning("w2");
-  EXPECT_EQ(tap->Count(LogKind::Message), 3U);
-  EXPECT_EQ(tap->Count(LogKind::Warning), 2U);
-  EXPECT_EQ(tap->Count(LogKind::Error), 1U);
+  EXPECT_FALSE(tap.Wants(LogKind::Message)) << "nobody behind it does";
+  EXPECT_TRUE(tap.Wants(LogKind::Warning));
+  tap.LogMessage("m1");
+  tap.SetLowest(LogKind::Error);
+  EXPECT_FALSE(tap.Wants(LogKind::Warning));
+  EXPECT_TRUE(tap.Wants(LogKind::Error));
+  tap.LogMessage("m2");
+  tap.LogWarning("w1");
+  tap.LogError("e1");
+  tap.SetLowest(LogKind::Warning);
+  tap.LogMessage("m3");
+  tap.LogWarning("w2");
+  EXPECT_EQ(tap.Count(LogKind::Message), 3U);
+  EXPECT_EQ(tap.Count(LogKind::Warning), 2U);
+  EXPECT_EQ(tap.Count(LogKind::Error), 1U);
   const std::vector<StandInLog::Line> behind{
       {LogKind::Message, "m1"}, {LogKind::Error, "e1"}, {LogKind::Warning, "w2"}};
   EXPECT_EQ(log.lines, behind);
   EXPECT_EQ(log.TextsOf(LogKind::Error), Texts{"e1"});
   EXPECT_EQ(LastLines(), (Texts{"1 m1", "2 e1", "3 w2"}));
-  EXPECT_EQ(tap->LastLines(2).front().kind, LogKind::Warning);
+  EXPECT_EQ(tap.LastLines(2).front().kind, LogKind::Warning);
 }
 
 TEST_F(KitLogTap, NeedsALogAndPassesAllElseOnToIt) {
   EXPECT_THROW(LogTap(nullptr), std::invalid_argument);
-  EXPECT_TRUE(tap->SetGuardFile("guard"));
-  EXPECT_FALSE(tap->SetGuardFile("other"));
-  tap->SetLogFile("file");
-  tap->SetLiveOutput(true);
+  EXPECT_TRUE(tap.SetGuardFile("guard"));
+  EXPECT_FALSE(tap.SetGuardFile("other"));
+  tap.SetLogFile("file");
+  tap.SetLiveOutput(true);
   EXPECT_TRUE(log.logFile == "file" && log.liveOutput);
-  tap->AddSideLine("side");
-  EXPECT_EQ(tap->SideLines(), Texts{"side\n"});
-  tap->ClearSideLines();
+  tap.AddSideLine("side");
+  EXPECT_EQ(tap.SideLines(), Texts{"side\n"});
+  tap.ClearSideLines();
   EXPECT_EQ(log.SideLines(), Texts());
-  EXPECT_TRUE(tap->Flush());
+  EXPECT_TRUE(tap.Flush());
   EXPECT_EQ(log.flushes, 1);
 }
 
@@ -80,16 +80,16 @@ TEST_F(KitLogTap, EndsAListenerAfterItsCallAndLetsOthersLogMeanwhile) {
   std::promise<void> maySleep;
   std::atomic<bool> hasReturned = false;
   Texts heard;
-  auto slow = tap->Listen([&](const LogTap::Line&) {
+  auto slow = tap.Listen([&](const LogTap::Line&) {
     started.set_value();
     maySleep.get_future().wait();
     std::this_thread::sleep_for(std::chrono::milliseconds(20));  // for an end that does not wait
     hasReturned = true;
   });
   const auto other = Hear(heard);
-  std::thread logger([this] { tap->LogMessage("a"); });
+  std::thread logger([this] { tap.LogMessage("a"); });
   started.get_future().wait();
-  tap->LogMessage("b");
+  tap.LogMessage("b");
   EXPECT_EQ(LastLines(), (Texts{"1 a", "2 b"}));
   maySleep.set_value();
   slow = nullptr;

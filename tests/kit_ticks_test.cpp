@@ -34,27 +34,27 @@ struct KitTicks : testing::Test {
 
 // What callables may throw, make or cancel, and when, is for timers_fuzz to test, against a model.
 struct KitTimers : KitTicks {
-  std::optional<Timers> timers{*frames};
+  Timers timers{*frames};
 };
 
 TEST_F(KitTimers, AreCancelledOneByOneAndGiveTheirPlaceToOthers) {
-  const Timers::Id beat = timers->Every(10, Note("beat"));
-  timers->After(12, Note("first"));
-  EXPECT_TRUE(timers->Cancel(beat));
-  EXPECT_FALSE(timers->Cancel({})) << "no timer";
-  timers->After(12, Note("second"));
-  EXPECT_FALSE(timers->Cancel(beat)) << "its name is never used again";
+  const Timers::Id beat = timers.Every(10, Note("beat"));
+  timers.After(12, Note("first"));
+  EXPECT_TRUE(timers.Cancel(beat));
+  EXPECT_FALSE(timers.Cancel({})) << "no timer";
+  timers.After(12, Note("second"));
+  EXPECT_FALSE(timers.Cancel(beat)) << "its name is never used again";
   EXPECT_EQ(TickAt(12), (Names{"first", "second"}));
   EXPECT_EQ(TickAt(24), Names()) << "where one repeated";
 }
 
 TEST_F(KitTimers, RepeatInPhaseAndNeverCatchUp) {
-  timers->Every(10, Note("beat"));
+  timers.Every(10, Note("beat"));
   EXPECT_EQ(TickAt(13), Names{"beat"});
   EXPECT_EQ(TickAt(19), Names());
   EXPECT_EQ(TickAt(57), Names{"beat"}) << "once for 20 to 50";
   EXPECT_EQ(TickAt(60), Names{"beat"});
-  timers->Every(0, Note("frame"));
+  timers.Every(0, Note("frame"));
   EXPECT_EQ(TickAt(60), Names{"frame"});
   EXPECT_EQ(TickAt(60), Names{"frame"}) << "an interval of 0 runs in every tick";
 }
@@ -62,23 +62,23 @@ TEST_F(KitTimers, RepeatInPhaseAndNeverCatchUp) {
 TEST_F(KitTimers, ReadTheClockOnceATickAndOnlyWhereOneWaits) {
   TickAt(0);
   EXPECT_EQ(clock->readings, 1) << "of the frame utility itself";
-  timers->Every(1, [] {});
-  timers->Every(1, [] {});
+  timers.Every(1, [] {});
+  timers.Every(1, [] {});
   clock->readings = 0;
   TickAt(1);
   EXPECT_EQ(clock->readings, 2);
   clock.Remove();
-  EXPECT_EQ(FailureOf([this] { timers->After(1, {}); }), NoInstance);
-  EXPECT_EQ(timers->Waiting(), 2U);
+  EXPECT_EQ(FailureOf([this] { timers.After(1, {}); }), NoInstance);
+  EXPECT_EQ(timers.Waiting(), 2U);
 }
 
 TEST_F(KitTimers, CountAcrossTheWrapOfTheClockAndOverHalfItsRange) {
   constexpr std::uint64_t Half = std::uint64_t{1} << 63;
   clock->now = 0 - std::uint64_t{5};
-  timers->Every(Half, Note("late"));
+  timers.Every(Half, Note("late"));
   EXPECT_EQ(TickAt(4), Names());
-  timers->After(1, Note("soon"));
-  EXPECT_EQ(timers->NextDue(), 5U);
+  timers.After(1, Note("soon"));
+  EXPECT_EQ(timers.NextDue(), 5U);
   EXPECT_EQ(TickAt(5), Names{"soon"});
   EXPECT_EQ(TickAt(Half - 6), Names());
   EXPECT_EQ(TickAt(Half - 5), Names{"late"});
