@@ -34,14 +34,14 @@ struct Measured {
         record(accumulator),
         measurement(std::in_place, handle, trace) {}
 
-  MeasureRecord& Present() const {
+  MeasureRecord& Current() const {
     return *std::find_if(records.begin(), records.end(),
                          [this](const MeasureRecord& other) { return other.name == record; });
   }
 
   std::vector<MeasureRecord>& records;
   const std::string accumulator;
-  std::string record;  // the name of the present one
+  std::string record;  // the name of the current one
   std::optional<std::uint64_t> started;
   std::optional<Kit::TracedMeasurement> measurement;
 };
@@ -91,12 +91,12 @@ class Host {
   // Returns the time at which the record ended; none if somebody else had stopped it.
   template <class End>
   std::optional<std::uint64_t> EndRecord(Measured& one, End end) {
-    MeasureRecord& present = one.Present();
-    if (!present.idle) present.started -= data.ConsumeIntegralInRange<std::uint64_t>(0, 255);
-    const MeasureRecord before = present;
+    MeasureRecord& current = one.Current();
+    if (!current.idle) current.started -= data.ConsumeIntegralInRange<std::uint64_t>(0, 255);
+    const MeasureRecord before = current;
     end();
     if (before.idle) return std::nullopt;
-    const std::uint64_t duration = one.Present().totalTime - before.totalTime;
+    const std::uint64_t duration = one.Current().totalTime - before.totalTime;
     Keep({one.accumulator, one.accumulator + "/" + one.record, before.started, duration});
     if (!one.started.has_value()) one.started = before.started;
     return before.started + duration;

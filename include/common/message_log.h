@@ -159,8 +159,8 @@ struct VORN_LNK_SHARED_TYPE SMessageLog {
   /// Returns false if the file cannot be made or mapped, is the log's own, or is held by a living
   /// process; if it is a link, a folder, or a file that this version did not make as a guard, none
   /// of which is ever touched; or if the lines of a dead run could not all be written, which then
-  /// stay in it. A guard in use stays as it is. A damaged guard file is started again, without its
-  /// lines. A log that keeps no guard returns false, as this does.
+  /// stay in it. A guard in use then stays as it is. A damaged guard file is started again, without
+  /// its lines. A log that keeps no guard returns false, as this does.
   ///
   /// The file takes 256 KiB, and more while more lines wait, all of it reserved on the disk
   /// beforehand. If it cannot grow, it keeps the first of the waiting lines, and later ones have no

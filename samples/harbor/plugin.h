@@ -1,7 +1,6 @@
 // What the host and a plugin agree on. A plugin is a shared module that the host loads at run time.
 // It links to the services' libraries and finds clock, log and totem in the storage, as the host
 // does; the rest it gets from the host. See weather.cpp for one to copy from.
-//
 #pragma once
 
 #include <common/frame_utility.h>

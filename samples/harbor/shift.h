@@ -30,7 +30,8 @@ struct Outcome {
   std::vector<Common::Kit::Trace::Line> phases;  // of the frames that the trace still holds
 };
 
-// One run of the harbor, from the start of the services to their end, in the order of the members.
+// One run of the harbor, from the start of the services to their end. The members start in their
+// order and end in reverse.
 class Shift {
  public:
   // Runs `frames` frames, or as many as the settings say.

@@ -14,7 +14,7 @@ namespace {
 using Common::Kit::SettingsReader;
 
 constexpr float LabelShare = 0.45F;     // of the panel's width
-constexpr double WideRange = 10'000.0;  // a linear slider is too coarse at its low end
+constexpr double WideRange = 10'000.0;  // above it a linear slider is too coarse at its low end
 
 bool IsSlidable(const SettingsReader::AskedSetting& setting) {
   constexpr double mostOfSlider = 1'000'000'000.0;

@@ -211,8 +211,8 @@ class Timers::State {
     loan.Run();
   }
 
-  // Cancelled timers may stay in the heap, but never on top, and never more of them than waiting
-  // ones.
+  // Cancelled timers may stay in the heap, but never on top. A cancel drops them all if they are
+  // most of it.
 
   void PutIntoHeap(const Due& due) {
     heap.push_back(due);

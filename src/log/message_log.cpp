@@ -254,8 +254,8 @@ bool MessageLogImpl::WritePendingLines() noexcept {
   return true;
 }
 
-// Drops the lines before it sets the new mark: after a death in between, lines with that mark would
-// seem unwritten.
+// Drops the lines before it sets the new mark. In the other order, a death in between would leave
+// lines that seem unwritten.
 void MessageLogImpl::DropPendingLines() noexcept {
   pendingLines.clear();
   if (guard != nullptr) guard->DropLines();

@@ -1,6 +1,6 @@
 /// @file
-/// The folders that the services write into. The services make none themselves, so a game that
-/// starts in an empty folder would lose its settings and its report.
+/// The folders that the services write into. The services make none of them but the log's
+/// `old_logs`, so a game that starts in an empty folder would lose its settings and its report.
 ///
 /// ```cpp
 /// Common::Kit::PrepareFolders("saved/harbor");  // before any service is made

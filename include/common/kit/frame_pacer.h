@@ -47,11 +47,13 @@ class FramePacer {
   /// Throws Vorn::MissingInstance without a clock, and has then changed nothing.
   std::uint64_t WaitForNext();
 
-  /// Changes the interval, in microseconds. The deadline of the frame under way moves too. Throws
-  /// std::invalid_argument for an interval of 0, and has then changed nothing.
+  /// Changes the interval, in microseconds, from the frame under way on: its deadline is now
+  /// `interval` after its start, and may have passed already.
+  ///
+  /// Throws std::invalid_argument for an interval of 0, and has then changed nothing.
   void SetInterval(std::uint64_t interval);
 
-  /// How many deadlines were given up. The one that a late call waited for does not count.
+  /// How many deadlines were given up. The one that a late call has just missed does not count.
   std::uint64_t Missed() const;
 
  private:

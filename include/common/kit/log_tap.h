@@ -120,9 +120,9 @@ class LogTap : public Log::SMessageLog {
   /// `pthread_cancel` takes effect only after it has returned.
   ///
   /// Dropping the last reference ends the listener and destroys its callable. If another thread is
-  /// calling it, the drop waits, so it must not be made under a lock that the listener takes. A
-  /// listener that ends itself is destroyed once it has returned. References may be dropped on any
-  /// thread, even after the tap has ended.
+  /// calling it, the drop waits, so do not hold a lock that the listener takes. A listener that
+  /// ends itself is destroyed once it has returned. References may be dropped on any thread, even
+  /// after the tap has ended.
   ///
   /// Throws std::bad_alloc, and has then changed nothing.
   [[nodiscard]] Vorn::IntrudablePtr<Vorn::IScoped> Listen(

@@ -20,7 +20,8 @@
 
 namespace Common::Kit {
 
-/// Watches a settings file for a store, its own or another. For the thread that uses the store.
+/// Watches one settings file for a store, which need not be the file that the store saves. For the
+/// thread that uses the store.
 class SettingsWatcher {
  public:
   /// One setting that was edited.
@@ -30,8 +31,8 @@ class SettingsWatcher {
     std::string after;   ///< what the file holds; empty also if the line was deleted
   };
 
-  /// Reads the file at `path`, which is UTF-8 and need not exist: only later changes count as
-  /// edits. Its bad lines are reported to the log again.
+  /// Reads the file, so that only later changes count as edits, and reports its bad lines again.
+  /// The path is UTF-8; the file need not exist.
   ///
   /// REQUIRES: `store` outlives this object. Throws as Poll does.
   SettingsWatcher(Config::SConfigFile& store, std::string path);

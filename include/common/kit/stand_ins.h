@@ -140,7 +140,7 @@ class Stored {
   /// The service's place in the storage.
   using Access = Vorn::Service<typename T::Service>;
 
-  /// Puts a new stand-in into the storage. Throws Vorn::MissingInstance if that holds one already.
+  /// Puts a new stand-in into the storage. Throws Vorn::MissingInstance if its place is taken.
   [[nodiscard]] Stored() : Stored(std::make_unique<T>()) {}
 
   Stored(const Stored&) = delete;

@@ -58,7 +58,7 @@ class Timers {
   explicit Timers(SFrameUtility& frames);
 
   /// The same, timed by `clock`: the timers stop while it is paused, and follow its rate. REQUIRES:
-  /// both outlive this object.
+  /// `frames` and `clock` outlive this object.
   Timers(SFrameUtility& frames, const GameClock& clock);
 
   /// Drops all waiting timers without running them.
@@ -86,7 +86,8 @@ class Timers {
   /// that is running is destroyed once it has returned.
   ///
   /// Returns whether the timer was waiting. A running one-shot timer was not; a running repeating
-  /// one was, for its next time. False for any other id, also a default-made one. Throws nothing.
+  /// one was, for its next time. False too for a timer that is gone or cancelled, and for a
+  /// default-made id. Throws nothing.
   bool Cancel(Id id);
 
   /// How many timers wait for their time, or for their turn in this tick.

@@ -42,7 +42,6 @@ class TracedMeasurement;
 /// All memory for measurements is taken at the start, 24 bytes each. A name takes memory when its
 /// record is first measured; without memory for it, its measurement is left out. Nothing else
 /// allocates while measuring.
-///
 class Trace {
  public:
   /// What the ring holds under one name, in microseconds. Each time is one that was measured.
@@ -72,7 +71,8 @@ class Trace {
   Trace(const Trace&) = delete;
   Trace& operator=(const Trace&) = delete;
 
-  /// One line for each name in the ring, in the order of their first ends. Throws std::bad_alloc.
+  /// One line for each name in the ring, in the order in which they first ended. Throws
+  /// std::bad_alloc.
   std::vector<Line> Summarize() const;
 
   /// Calls `use` with each phase and whole in the ring, in the order in which they ended. Passes on
@@ -106,7 +106,7 @@ class Trace {
 };
 
 /// Ends a measurement with its scope, on return or exception, as ScopedMeasurement does. Each
-/// record that ends through it also goes into the trace. Reads no clock of its own.
+/// record that ends through it also goes into the trace. Adds no clock reading.
 ///
 /// Nested measurements follow the rules of AccumulatorHandle. A record that somebody else has
 /// stopped adds nothing to the trace and, if it is the last one, no whole either.
