@@ -149,6 +149,7 @@ TEST_F(KitSettings, AreAddedWhereTheyAreMissingAndReadBack) {
   for (int times = 0; times < 2; ++times) {
     EXPECT_EQ(reader.ReadInt("int", -1234, 0, 9), -1234) << "may stand outside the range";
     EXPECT_EQ(reader.ReadFloat("float", 0.8F, 0.0, 1.0), 0.8F);
+    EXPECT_EQ(reader.ReadFloat("rare", 7.038531e-26F, 0.0, 1.0), 7.038531e-26F);
     EXPECT_FALSE(reader.ReadSwitch("switch", false));
     EXPECT_EQ(reader.ReadChoice("choice", "none", {"some"}), "none");
   }
